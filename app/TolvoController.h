@@ -1,0 +1,77 @@
+// The application controller: owner of the main window, delegate of the
+// application, and the one object that every subsystem reports to.
+//
+// Its work is split by concern over categories, one file pair each:
+//   +Settings         preferences and validated settings, window getters
+//   +Personalisation  the {to} {toName} {from} {fromName} {subject} tags
+//   +MessageText      the typed message as plain text and as HTML
+//   +MailingRun       send:, sendMember, abort
+//   +Recipients       contacts picker, whole groups, already-mailed list
+//   +Lifecycle        launch, quit, status line, alerts, reset, mailto:
+//   +WebPage          the front browser query and the page fetch
+#import <AppKit/AppKit.h>
+#import "MailingController.h"
+
+@class AttachmentsController;
+@class PeoplePickerView;
+
+@interface TolvoController : NSObject <MailingController>
+{
+  // Main window.
+  NSWindow *mainWindow;
+  NSTextView *message;
+  NSTextField *status;
+  NSTextField *subject;
+  NSTextField *to;
+  NSTextField *name;
+  NSTextField *webPageOrFile;
+  NSProgressIndicator *spinner;
+  NSButton *sendButton;
+  NSButton *addressesButton;
+
+  // Contacts window.
+  NSWindow *peoplePickerWindow;
+  PeoplePickerView *peoplePickerView;
+  NSButton *wholeGroupButton;
+
+  // Recipients window: the addresses already mailed.
+  NSWindow *recipientsWindow;
+  NSTableView *recipientsTableView;
+
+  // Attachments window's controller.
+  AttachmentsController *attachments;
+
+  NSUserDefaults *defaults;
+  NSMutableArray *people;          // Persons still to mail; nil: single recipient
+  BOOL stopSending;
+  NSString *webPageOrFileContents; // page of the current run, relinked
+  NSMutableArray *recipients;      // addresses mailed so far
+}
+
+// Accessors the SMTP delivery uses (MailingController).
+- (NSMutableArray *) getPeople;
+- (NSProgressIndicator *) getSpinner;
+- (NSButton *) getSendButton;
+- (id<AttachmentList>) getAttachments;
+
+// The window elements, for the window layouts that create them and for tests.
+- (NSWindow *) mainWindow;
+- (NSTextView *) messageView;
+- (NSTextField *) statusField;
+- (NSTextField *) subjectField;
+- (NSTextField *) toField;
+- (NSTextField *) nameField;
+- (NSTextField *) webPageOrFileField;
+- (NSWindow *) peoplePickerWindow;
+- (PeoplePickerView *) peoplePickerView;
+- (NSButton *) wholeGroupButton;
+- (NSWindow *) recipientsWindow;
+- (NSTableView *) recipientsTableView;
+- (NSMutableArray *) recipients;
+- (BOOL) stopSending;
+
+// Outlets are connected by name, as a window layout file would connect them
+// (for example [controller setOutlet: aField named: @"to"]); the controller
+// retains what it is given and releases the one it held.
+- (void) setOutlet: (id) theObject named: (NSString *) theName;
+@end

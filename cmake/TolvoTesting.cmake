@@ -1,0 +1,36 @@
+# tolvo_add_gtest(NAME
+#                 SOURCES file...
+#                 [LIBRARIES target...]
+#                 [LABELS label...]
+#                 [GNUSTEP])
+#
+# One GoogleTest executable; each of its test cases becomes its own CTest test
+# and runs in its own process with a fresh, empty HOME (tests/support/fresh-home),
+# so that preferences, the address book and the activity log of one test never
+# leak into another. GNUSTEP tests get a main that sets up the application
+# object and names the process "Tolvo", so the preferences domain is the
+# application's own.
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+set(TOLVO_FRESH_HOME ${CMAKE_SOURCE_DIR}/tests/support/fresh-home)
+
+function(tolvo_add_gtest name)
+  cmake_parse_arguments(T "GNUSTEP" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  add_executable(${name} ${T_SOURCES})
+  target_link_libraries(${name} PRIVATE ${T_LIBRARIES} GTest::gtest GTest::gmock)
+  if(T_GNUSTEP)
+    target_link_libraries(${name} PRIVATE tolvo_test_main)
+  else()
+    target_link_libraries(${name} PRIVATE GTest::gtest_main)
+  endif()
+  set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR ${TOLVO_FRESH_HOME})
+  set(_props ENVIRONMENT "TOLVO_SOURCE_DIR=${CMAKE_SOURCE_DIR};TOLVO_BINARY_DIR=${CMAKE_BINARY_DIR}")
+  if(T_LABELS)
+    list(APPEND _props LABELS "${T_LABELS}")
+  endif()
+  gtest_discover_tests(${name}
+    DISCOVERY_MODE PRE_TEST
+    DISCOVERY_TIMEOUT 60
+    PROPERTIES ${_props})
+endfunction()
