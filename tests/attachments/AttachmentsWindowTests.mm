@@ -1,0 +1,204 @@
+// The Attachments window as the user sees it under Xvfb: its parts, their
+// wiring to the controller, a layout where nothing overlaps at any size, a
+// Delete button that a real mouse press reaches, and a screenshot.
+#import <AppKit/AppKit.h>
+#include <gtest/gtest.h>
+#include <string>
+
+#import "AttachmentsController.h"
+#import "AttachmentsWindow.h"
+#import "TestSupport.h"
+
+namespace {
+
+class AttachmentsWindowTest : public ::testing::Test
+{
+protected:
+  void SetUp() override
+  {
+    pool = [NSAutoreleasePool new];
+    controller = [[AttachmentsWindow attachmentsControllerWithWindow] retain];
+    window = [controller attachmentsWindow];
+    table = [controller attachmentsTable];
+  }
+
+  void TearDown() override
+  {
+    [window orderOut: nil];
+    [controller release];
+    [pool release];
+  }
+
+  NSButton *Button(NSString *theTitle)
+  {
+    NSEnumerator *anEnumerator = [[[window contentView] subviews] objectEnumerator];
+    NSView *aView;
+    while ((aView = [anEnumerator nextObject]) != nil)
+      if ([aView isKindOfClass: [NSButton class]] && [[(NSButton *)aView title] isEqualToString: theTitle])
+        return (NSButton *)aView;
+    return nil;
+  }
+
+  // Every view of the content is inside it and apart from the others.
+  void ExpectNothingOverlaps()
+  {
+    NSRect aBounds = [[window contentView] bounds];
+    NSArray *aViews = [[window contentView] subviews];
+    ASSERT_EQ([aViews count], 3u);
+    for (NSUInteger i = 0; i < [aViews count]; i++)
+      {
+        NSRect aFrame = [[aViews objectAtIndex: i] frame];
+        EXPECT_TRUE(NSContainsRect(aBounds, aFrame)) << [NSStringFromRect(aFrame) UTF8String];
+        for (NSUInteger j = i + 1; j < [aViews count]; j++)
+          EXPECT_FALSE(NSIntersectsRect(aFrame, [[aViews objectAtIndex: j] frame]))
+            << [NSStringFromRect(aFrame) UTF8String] << " and "
+            << [NSStringFromRect([[aViews objectAtIndex: j] frame]) UTF8String];
+      }
+  }
+
+  // The window at the screen's top-left corner, shown and drawn. Without a
+  // window manager there is no title bar: the content starts at the corner.
+  void ShowAtTopLeft()
+  {
+    NSRect aScreen = [[NSScreen mainScreen] frame];
+    [window setFrameTopLeftPoint: NSMakePoint(0, NSMaxY(aScreen))];
+    [controller showWindow: nil];
+    TolvoRunLoopUntil(1.0, [] { return false; });
+  }
+
+  // The centre of theView in X11 screen coordinates (origin top-left).
+  NSPoint ScreenCentre(NSView *theView)
+  {
+    NSRect aRect = [theView convertRect: [theView bounds] toView: nil];
+    NSPoint aPoint = NSMakePoint(NSMidX(aRect), NSMidY(aRect));
+    aPoint.x += [window frame].origin.x;
+    aPoint.y += [window frame].origin.y;
+    aPoint.y = NSMaxY([[NSScreen mainScreen] frame]) - aPoint.y;
+    return aPoint;
+  }
+
+  NSAutoreleasePool *pool = nil;
+  AttachmentsController *controller = nil;
+  NSWindow *window = nil;
+  NSTableView *table = nil;
+};
+
+TEST_F(AttachmentsWindowTest, IsTitledAttachments)
+{
+  EXPECT_STREQ([[window title] UTF8String], "Attachments");
+}
+
+TEST_F(AttachmentsWindowTest, TableHasOneFileColumnAndAsksTheController)
+{
+  ASSERT_EQ([[table tableColumns] count], 1u);
+  NSTableColumn *aColumn = [[table tableColumns] objectAtIndex: 0];
+  EXPECT_TRUE([[aColumn identifier] isEqual: AttachmentsPathColumnIdentifier]);
+  EXPECT_STREQ([[[aColumn headerCell] stringValue] UTF8String], "File");
+  EXPECT_EQ([table dataSource], (id)controller);
+  EXPECT_EQ([table delegate], (id)controller);
+  EXPECT_TRUE([table allowsMultipleSelection]);
+}
+
+TEST_F(AttachmentsWindowTest, ButtonsCallTheController)
+{
+  NSButton *anAdd = Button(@"Add\u2026");
+  NSButton *aDelete = Button(@"Delete");
+  ASSERT_NE(anAdd, nil);
+  ASSERT_NE(aDelete, nil);
+  EXPECT_EQ([anAdd target], (id)controller);
+  EXPECT_TRUE(sel_isEqual([anAdd action], @selector(addFiles:)));
+  EXPECT_EQ([aDelete target], (id)controller);
+  EXPECT_TRUE(sel_isEqual([aDelete action], @selector(deleteButtonClicked:)));
+}
+
+TEST_F(AttachmentsWindowTest, NothingOverlapsAtTheFirstSize)
+{
+  ExpectNothingOverlaps();
+}
+
+TEST_F(AttachmentsWindowTest, TableGrowsWithTheWindowAndButtonsKeepTheCorner)
+{
+  NSView *aScrollView = [table enclosingScrollView];
+  NSRect aBefore = [aScrollView frame];
+  NSRect aDeleteBefore = [Button(@"Delete") frame];
+  NSRect aFrame = [window frame];
+  aFrame.size.width += 200;
+  aFrame.size.height += 150;
+  [window setFrame: aFrame display: NO];
+
+  EXPECT_EQ([aScrollView frame].size.width, aBefore.size.width + 200);
+  EXPECT_EQ([aScrollView frame].size.height, aBefore.size.height + 150);
+  EXPECT_EQ([Button(@"Delete") frame].origin.x, aDeleteBefore.origin.x + 200);
+  EXPECT_EQ([Button(@"Delete") frame].origin.y, aDeleteBefore.origin.y);
+  ExpectNothingOverlaps();
+}
+
+TEST_F(AttachmentsWindowTest, NothingOverlapsAtTheSmallestSize)
+{
+  NSRect aContent = [window contentRectForFrameRect: [window frame]];
+  aContent.size = [window contentMinSize];
+  [window setFrame: [window frameRectForContentRect: aContent] display: NO];
+  ExpectNothingOverlaps();
+}
+
+TEST_F(AttachmentsWindowTest, ShowWindowBringsItToTheFront)
+{
+  ASSERT_FALSE([window isVisible]);
+  [controller showWindow: nil];
+  EXPECT_TRUE([window isVisible]);
+}
+
+TEST_F(AttachmentsWindowTest, ClosingOnlyHidesTheWindowAndKeepsTheList)
+{
+  [[controller getAttachments] addObject: @"/tmp/kept"];
+  [controller showWindow: nil];
+  [window performClose: nil];
+  EXPECT_FALSE([window isVisible]);
+  [controller showWindow: nil];
+  EXPECT_TRUE([window isVisible]);
+  EXPECT_EQ([[controller getAttachments] count], 1u);
+}
+
+TEST_F(AttachmentsWindowTest, MousePressOnDeleteWithNothingSelectedEmptiesTheList)
+{
+  [[controller getAttachments] addObjectsFromArray:
+    [NSArray arrayWithObjects: @"/tmp/a", @"/tmp/b", nil]];
+  [table reloadData];
+  ShowAtTopLeft();
+
+  // A quick click is missed under a bare Xvfb: press, pause, release.
+  NSPoint aCentre = ScreenCentre(Button(@"Delete"));
+  NSTask *aTask = [NSTask launchedTaskWithLaunchPath: @"/usr/bin/xdotool" arguments:
+    [NSArray arrayWithObjects: @"mousemove", [NSString stringWithFormat: @"%d", (int)aCentre.x],
+             [NSString stringWithFormat: @"%d", (int)aCentre.y],
+             @"mousedown", @"1", @"sleep", @"0.2", @"mouseup", @"1", nil]];
+  EXPECT_TRUE(TolvoRunLoopUntil(10.0, [&] { return [[controller getAttachments] count] == 0; }));
+  [aTask waitUntilExit];
+}
+
+TEST_F(AttachmentsWindowTest, Screenshot)
+{
+  NSArray *aNames = [NSArray arrayWithObjects: @"Annual report 2026.pdf", @"Price list.xlsx",
+                             @"Team photo.jpg", @"notes.txt", nil];
+  for (NSUInteger i = 0; i < [aNames count]; i++)
+    [[controller getAttachments] addObject:
+      [@"/home/ann/Documents/Mailing" stringByAppendingPathComponent: [aNames objectAtIndex: i]]];
+  [table reloadData];
+  [table selectRowIndexes: [NSIndexSet indexSetWithIndex: 1] byExtendingSelection: NO];
+  ShowAtTopLeft();
+
+  NSString *aBinary = [[[NSProcessInfo processInfo] environment] objectForKey: @"TOLVO_BINARY_DIR"];
+  ASSERT_NE(aBinary, nil);
+  NSString *aPath = [aBinary stringByAppendingPathComponent: @"tests/attachments/attachments-window.png"];
+  [[NSFileManager defaultManager] removeFileAtPath: aPath handler: nil];
+  NSTask *aTask = [NSTask launchedTaskWithLaunchPath: @"/usr/bin/import" arguments:
+    [NSArray arrayWithObjects: @"-window", @"root", aPath, nil]];
+  // Keep drawing while ImageMagick reads the screen.
+  TolvoRunLoopUntil(20.0, [&] { return ![aTask isRunning]; });
+  [aTask waitUntilExit];
+  EXPECT_EQ([aTask terminationStatus], 0);
+  NSDictionary *anAttributes = [[NSFileManager defaultManager] fileAttributesAtPath: aPath traverseLink: YES];
+  EXPECT_GT([anAttributes fileSize], 1000u) << [aPath UTF8String];
+}
+
+} // namespace
