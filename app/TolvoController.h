@@ -9,13 +9,17 @@
 //   +Recipients       contacts picker, whole groups, already-mailed list
 //   +Lifecycle        launch, quit, status line, alerts, reset, mailto:
 //   +WebPage          the front browser query and the page fetch
+//
+// Together the categories answer everything of the MailingController
+// protocol that an SMTP delivery asks; the delivery is handed the controller
+// as an id<MailingController>.
 #import <AppKit/AppKit.h>
 #import "MailingController.h"
 
 @class AttachmentsController;
 @class PeoplePickerView;
 
-@interface TolvoController : NSObject <MailingController>
+@interface TolvoController : NSObject
 {
   // Main window.
   NSWindow *mainWindow;

@@ -15,8 +15,21 @@ include(GoogleTest)
 
 set(TOLVO_FRESH_HOME ${CMAKE_SOURCE_DIR}/tests/support/fresh-home)
 
+# Several engineers share one work tree; with TOLVO_SKIP_UNFINISHED_TESTS a
+# test program whose sources are not all written yet is left out of a local
+# build instead of stopping it. CI never sets it.
+option(TOLVO_SKIP_UNFINISHED_TESTS "Leave out test programs with missing sources" OFF)
+
 function(tolvo_add_gtest name)
   cmake_parse_arguments(T "GNUSTEP" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  if(TOLVO_SKIP_UNFINISHED_TESTS)
+    foreach(_src IN LISTS T_SOURCES)
+      if(NOT EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${_src})
+        message(WARNING "${name}: ${_src} is not written yet; left out")
+        return()
+      endif()
+    endforeach()
+  endif()
   add_executable(${name} ${T_SOURCES})
   target_link_libraries(${name} PRIVATE ${T_LIBRARIES} GTest::gtest GTest::gmock)
   if(T_GNUSTEP)

@@ -1,0 +1,100 @@
+#import "TolvoController+MailingRun.h"
+#import "TolvoController+Lifecycle.h"
+#import "TolvoController+WebPage.h"
+#import "LocalizedStrings.h"
+#import "PersonAddress.h"
+#import "SMTP.h"
+#import <Addresses/Addresses.h>
+
+@interface TolvoController (MailingRunPrivate)
+- (void) _deliverToFields;
+@end
+
+@implementation TolvoController (MailingRunPrivate)
+
+// A fresh delivery for the recipient in the fields; it frees itself when
+// its session has ended.
+- (void) _deliverToFields
+{
+  SMTP *aDelivery = [[SMTP alloc] init];
+  [aDelivery sendMail: (id<MailingController>)self];
+}
+
+@end
+
+@implementation TolvoController (MailingRun)
+
+- (void) send: (id) theSender
+{
+  [recipientsWindow makeKeyAndOrderFront: self];
+  ASSIGN(webPageOrFileContents, [self getWebPageOrFile]);
+
+  if (![[sendButton title] isEqualToString: TolvoLocalizedCString("Send")])
+    {
+      [self abort];
+      return;
+    }
+  [sendButton setTitle: TolvoLocalizedCString("Stop")];
+  stopSending = NO;
+  [self statusMsg: TolvoLocalizedCString("Sending mail.")];
+  [defaults synchronize];
+  if (people != nil)
+    {
+      [spinner setStyle: NSProgressIndicatorBarStyle];
+      [spinner setIndeterminate: NO];
+      [spinner setMinValue: 0.0];
+      [spinner setMaxValue: (double)[people count]];
+      [spinner setDoubleValue: 0.0];
+      [self sendMember];
+      return;
+    }
+  [spinner setStyle: NSProgressIndicatorSpinningStyle];
+  [spinner setIndeterminate: YES];
+  [self _deliverToFields];
+}
+
+- (BOOL) sendMember
+{
+  if (stopSending)
+    return NO;
+
+  if ([people count] == 0)
+    {
+      [spinner setStyle: NSProgressIndicatorSpinningStyle];
+      [spinner setIndeterminate: YES];
+      [spinner startAnimation: self];
+      [spinner stopAnimation: self];
+      DESTROY(people);
+      [self statusMsg: [NSString stringWithFormat: @"%@%@%@",
+                                 TolvoLocalizedCString("[Mailing completed at "),
+                                 [[NSDate date] description],
+                                 TolvoLocalizedCString("]")]];
+      [sendButton setTitle: TolvoLocalizedCString("Send")];
+      return NO;
+    }
+
+  [spinner setDoubleValue: [spinner maxValue] - (double)[people count] + 1.0];
+  ADPerson *aPerson = [people objectAtIndex: 0];
+  [name setStringValue: TolvoPersonDisplayName(aPerson)];
+
+  // A Person without any address gets no delivery, so nothing asks for the
+  // next one: the run halts here, still reading "Stop", until the user
+  // stops it. Skipping silently would hide that someone was not mailed.
+  NSString *anAddress = TolvoPersonAddress(aPerson);
+  if (anAddress != nil)
+    {
+      [to setStringValue: anAddress];
+      [self _deliverToFields];
+    }
+  [people removeObjectAtIndex: 0];
+  return YES;
+}
+
+- (void) abort
+{
+  [spinner stopAnimation: self];
+  stopSending = YES;
+  [sendButton setTitle: TolvoLocalizedCString("Send")];
+}
+
+@end

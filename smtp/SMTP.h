@@ -1,0 +1,45 @@
+// One message over one SMTP session. The mailing run makes a fresh SMTP
+// object for every recipient and sends it -sendMail: with the controller; the
+// object reads every setting back from the controller, builds the MIME
+// message with Pantomime, and drives the session through the library's
+// delegate callbacks until the connection closes, when it asks the
+// controller for the next recipient.
+//
+// The creator never releases it: it lives as the session's delegate and
+// frees itself once its session has ended.
+#import <Foundation/Foundation.h>
+#import "MailingController.h"
+
+@class CWSMTP;
+@class CWPart;
+
+@interface SMTP : NSObject
+{
+  CWSMTP *_smtp;                      // the session (owned)
+  id<MailingController> _controller;  // not owned
+  BOOL succeeded;                     // the server accepted this message
+  BOOL tlsRequested;                  // STARTTLS was asked for in this session
+  BOOL sessionEnded;                  // connectionTerminated: has run
+  NSTimer *watchdog;                  // ends a session that the library left waiting
+}
+
+// Builds the message for the recipient in the controller's fields and
+// starts the connection in the background. A settings problem is reported
+// on the status line as "Error (name): reason" and nothing is sent.
+- (void) sendMail: (id<MailingController>) theController;
+
+// A text body part: charset label by the character-set preference, 8bit,
+// the given MIME type, the text's UTF-8 bytes. Owned by the caller.
+- (CWPart *) createMessageBodyPart: (NSString *) theText withMimeType: (NSString *) theType;
+
+// The test mail: from the sender's own address to itself, plain text.
+- (void) sendEmailNotification: (id<MailingController>) theController
+                   withMessage: (NSString *) theBody
+                   withSubject: (NSString *) theSubject;
+
+- (BOOL) succeeded;
+@end
+
+// The MIME type for a file's extension, from the desktop's file-type table
+// (/etc/mime.types); nil for no extension or an unknown one.
+NSString *TolvoMIMETypeForPath(NSString *thePath);

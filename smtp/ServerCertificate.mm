@@ -1,0 +1,95 @@
+#import "ServerCertificate.h"
+#import <GNUstepBase/GSTLS.h>
+#include <gnutls/gnutls.h>
+#include <gnutls/x509.h>
+#include <objc/runtime.h>
+
+static NSString *const TolvoTLSCAFileKey = @"tlsCAFile";
+
+// Pantomime keeps its TLS session in a private instance variable of the
+// connection; gnustep-base's session object behind it exposes the GnuTLS
+// session, from which the peer's certificates are read.
+static gnutls_session_t tlsSessionOf(id theConnection)
+{
+  if (theConnection == nil)
+    return NULL;
+  Ivar anIvar = class_getInstanceVariable([theConnection class], "_ssl");
+  if (anIvar == NULL)
+    return NULL;
+  id aSession = *(id *)((char *)theConnection + ivar_getOffset(anIvar));
+  if (aSession == nil || ![aSession isKindOfClass: [GSTLSSession class]])
+    return NULL;
+  return ((GSTLSSession *)aSession)->session;
+}
+
+static NSString *problemForStatus(unsigned int theStatus)
+{
+  if (theStatus & GNUTLS_CERT_UNEXPECTED_OWNER)
+    return @"the certificate is for another host";
+  if (theStatus & GNUTLS_CERT_SIGNER_NOT_FOUND)
+    return @"the certificate is not from a trusted authority (self-signed or unknown issuer)";
+  if (theStatus & GNUTLS_CERT_EXPIRED)
+    return @"the certificate has expired";
+  if (theStatus & GNUTLS_CERT_NOT_ACTIVATED)
+    return @"the certificate is not valid yet";
+  if (theStatus & GNUTLS_CERT_REVOKED)
+    return @"the certificate was revoked";
+  return @"the certificate is not valid";
+}
+
+NSString *TolvoServerCertificateProblem(id theConnection, NSString *theHost)
+{
+  gnutls_session_t aSession = tlsSessionOf(theConnection);
+  if (aSession == NULL)
+    return @"no secure session to check";
+
+  unsigned int count = 0;
+  const gnutls_datum_t *peers = gnutls_certificate_get_peers(aSession, &count);
+  if (peers == NULL || count == 0)
+    return @"the server sent no certificate";
+
+  gnutls_x509_trust_list_t aTrust = NULL;
+  if (gnutls_x509_trust_list_init(&aTrust, 0) < 0)
+    return @"no trust list";
+  gnutls_x509_trust_list_add_system_trust(aTrust, 0, 0);
+  [[NSUserDefaults standardUserDefaults] synchronize];
+  NSString *anExtraCA = [[NSUserDefaults standardUserDefaults] stringForKey: TolvoTLSCAFileKey];
+  if ([anExtraCA length] > 0)
+    gnutls_x509_trust_list_add_trust_file(aTrust, [anExtraCA fileSystemRepresentation], NULL,
+                                          GNUTLS_X509_FMT_PEM, 0, 0);
+
+  gnutls_x509_crt_t *chain = (gnutls_x509_crt_t *)calloc(count, sizeof(gnutls_x509_crt_t));
+  unsigned int imported = 0;
+  for (; imported < count; imported++)
+    {
+      if (gnutls_x509_crt_init(&chain[imported]) < 0)
+        break;
+      if (gnutls_x509_crt_import(chain[imported], &peers[imported], GNUTLS_X509_FMT_DER) < 0)
+        {
+          gnutls_x509_crt_deinit(chain[imported]);
+          break;
+        }
+    }
+
+  NSString *aProblem = nil;
+  if (imported < count)
+    {
+      aProblem = @"the certificate could not be read";
+    }
+  else
+    {
+      unsigned int aStatus = 0;
+      if (gnutls_x509_trust_list_verify_crt(aTrust, chain, count, 0, &aStatus, NULL) < 0)
+        aProblem = @"the certificate could not be checked";
+      else if (aStatus != 0)
+        aProblem = problemForStatus(aStatus);
+      else if (!gnutls_x509_crt_check_hostname(chain[0], [theHost UTF8String]))
+        aProblem = problemForStatus(GNUTLS_CERT_UNEXPECTED_OWNER);
+    }
+
+  for (unsigned int i = 0; i < imported; i++)
+    gnutls_x509_crt_deinit(chain[i]);
+  free(chain);
+  gnutls_x509_trust_list_deinit(aTrust, 1);
+  return aProblem;
+}
