@@ -4,6 +4,7 @@
 // html_runs.py), which reports the text and the emphasis of every run.
 #import <AppKit/AppKit.h>
 #import "RichTextHTMLWriter.h"
+#import "HTMLDocumentBytes.h"
 #import "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -450,4 +451,17 @@ TEST(RichTextHTMLWriter, PicturesAndControlCharactersAreNotWritten)
   NSData *html = HTMLOf(aView, NSUTF8StringEncoding);
   EXPECT_EQ(std::string::npos, Bytes(html).find('\0'));
   EXPECT_EQ((std::vector<std::string>{"abcd"}), ParagraphTexts(Parse(html, @"utf-8")));
+}
+
+// Guards against writing half of a surrogate pair, which no encoding holds.
+// GNUstep's strings refuse one, so the byte step is given it directly.
+TEST(RichTextHTMLWriter, LoneSurrogateBecomesTheReplacementCharacter)
+{
+  const std::vector<unichar> units = {'a', 0xD800, 'b', 0xD83D, 0xDE00, 0xDC00};
+  const NSStringEncoding encodings[] = {NSUTF8StringEncoding, NSASCIIStringEncoding,
+                                        NSISOLatin1StringEncoding, NSShiftJISStringEncoding};
+  EXPECT_EQ("a\ufffdb\U0001F600\ufffd", Bytes(HTMLDocumentBytes(units, NSUTF8StringEncoding)));
+  for (NSStringEncoding encoding : encodings)
+    if (encoding != NSUTF8StringEncoding)
+      EXPECT_EQ("a&#65533;b&#128512;&#65533;", Bytes(HTMLDocumentBytes(units, encoding))) << encoding;
 }
