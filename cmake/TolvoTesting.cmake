@@ -47,3 +47,16 @@ function(tolvo_add_gtest name)
     DISCOVERY_TIMEOUT 60
     PROPERTIES ${_props})
 endfunction()
+
+# tolvo_test_in_app_wrapper(TARGET)
+#
+# Puts a test program inside an application wrapper with Tolvo's own
+# Resources/ (string table, Info-gnustep.plist), so that [NSBundle mainBundle]
+# answers as it does in the application.
+function(tolvo_test_in_app_wrapper target)
+  set(_wrapper ${CMAKE_CURRENT_BINARY_DIR}/${target}.app)
+  set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${_wrapper})
+  add_custom_command(TARGET ${target} POST_BUILD
+    COMMAND ${CMAKE_COMMAND} -E copy_directory
+            ${CMAKE_SOURCE_DIR}/app/Resources ${_wrapper}/Resources)
+endfunction()
