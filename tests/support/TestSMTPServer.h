@@ -29,7 +29,9 @@
   int port;
 }
 
-// A running server (autoreleased), or nil when it did not come up within
+// A running server (autoreleased: the test program's outer pool frees it
+// only at exit, so a test that is done with it calls -stop, or runs inside
+// its own NSAutoreleasePool), or nil when it did not come up within
 // ten seconds; the reason is then in +lastStartFailure and in the log.
 + (TestSMTPServer *) startWithArguments: (NSArray *)theArguments;
 + (NSString *) lastStartFailure;
