@@ -10,6 +10,7 @@ import hashlib
 import hmac
 import json
 import os
+import shutil
 import signal
 import smtplib
 import socket
@@ -40,6 +41,10 @@ def setUpModule():
     CERTS = tempfile.mkdtemp(prefix="tolvo-certs-")
     subprocess.run([os.path.join(OUTBOX, "make-test-certificates"), CERTS], check=True,
                    timeout=60)
+
+
+def tearDownModule():
+    shutil.rmtree(CERTS, ignore_errors=True)
 
 
 def cert_args(name="localhost"):
@@ -133,6 +138,7 @@ def raw_dialogue(port, lines, wait=0.3, tls=False):
 class ServerCase(unittest.TestCase):
     def start(self, *args, **kwargs):
         server = Server(*args, **kwargs)
+        self.addCleanup(shutil.rmtree, server.folder, True)
         self.addCleanup(server.stop)
         return server
 
@@ -164,8 +170,7 @@ class StoringTests(ServerCase):
         server.stop()
         with open(os.path.join(server.store, "0007.eml"), "wb") as f:
             f.write(MESSAGE)
-        again = Server("--store", server.store)
-        self.addCleanup(again.stop)
+        again = self.start("--store", server.store)
         with smtplib.SMTP("127.0.0.1", again.port, timeout=10) as c:
             c.sendmail("a@example.org", ["b@example.org"], MESSAGE)
         self.assertTrue(os.path.exists(os.path.join(server.store, "0008.eml")))
@@ -185,7 +190,8 @@ class StoringTests(ServerCase):
         taken.listen(1)
         self.addCleanup(taken.close)
         port = taken.getsockname()[1]
-        folder = tempfile.mkdtemp()
+        folder = tempfile.mkdtemp(prefix="tolvo-smtp-")
+        self.addCleanup(shutil.rmtree, folder, True)
         p = subprocess.run([PYTHON, SERVER, "--port", str(port), "--port-search", "1",
                             "--max-seconds", "1"], capture_output=True, text=True, timeout=20)
         self.assertNotEqual(p.returncode, 0)
@@ -466,7 +472,9 @@ class MimeSummaryTests(unittest.TestCase):
             "\r\n"
             "AAEC/w==\r\n"
             "--XX--\r\n").encode("ascii")
-        path = os.path.join(tempfile.mkdtemp(), "m.eml")
+        folder = tempfile.mkdtemp(prefix="tolvo-smtp-")
+        self.addCleanup(shutil.rmtree, folder, True)
+        path = os.path.join(folder, "m.eml")
         with open(path, "wb") as f:
             f.write(message)
         out = subprocess.run([PYTHON, os.path.join(OUTBOX, "mime-summary"), path],
