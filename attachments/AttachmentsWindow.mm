@@ -117,7 +117,6 @@ static const CGFloat AttachmentsMinContentHeight = 140;
   NSButton *aButton = [[NSButton alloc]
     initWithFrame: NSMakeRect(0, 0, AttachmentsButtonMinWidth, AttachmentsButtonHeight)];
   [aButton setButtonType: NSMomentaryPushInButton];
-  [aButton setBezelStyle: NSRoundedBezelStyle];
   [aButton setTitle: theTitle];
   [aButton setTarget: theTarget];
   [aButton setAction: theAction];
