@@ -73,6 +73,8 @@
 - (NSTableView *) recipientsTableView;
 - (NSMutableArray *) recipients;
 - (BOOL) stopSending;
+// The Persons of the next run, as a group selection sets them.
+- (void) setPeople: (NSMutableArray *) thePeople;
 
 // Outlets are connected by name, as a window layout file would connect them
 // (for example [controller setOutlet: aField named: @"to"]); the controller

@@ -95,5 +95,6 @@
 - (NSTableView *) recipientsTableView { return recipientsTableView; }
 - (NSMutableArray *) recipients { return recipients; }
 - (BOOL) stopSending { return stopSending; }
+- (void) setPeople: (NSMutableArray *) thePeople { ASSIGN(people, thePeople); }
 
 @end

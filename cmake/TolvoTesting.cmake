@@ -38,9 +38,12 @@ function(tolvo_add_gtest name)
     target_link_libraries(${name} PRIVATE GTest::gtest_main)
   endif()
   set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR ${TOLVO_FRESH_HOME})
-  set(_props ENVIRONMENT "TOLVO_SOURCE_DIR=${CMAKE_SOURCE_DIR};TOLVO_BINARY_DIR=${CMAKE_BINARY_DIR}")
+  # The properties reach the discovered tests as one flat list, so each
+  # takes a single value.
+  set(_props ENVIRONMENT "TOLVO_SOURCE_DIR=${CMAKE_SOURCE_DIR}")
   if(T_LABELS)
-    list(APPEND _props LABELS "${T_LABELS}")
+    list(GET T_LABELS 0 _label)
+    list(APPEND _props LABELS ${_label})
   endif()
   gtest_discover_tests(${name}
     DISCOVERY_MODE PRE_TEST

@@ -90,9 +90,10 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
 
 - (BOOL) _credentialsFitMechanism: (int) theMechanism
 {
-  // Pantomime's PLAIN counts the length of the user name and password in
-  // characters, not bytes, and so cuts anything beyond ASCII short.
-  if (theMechanism != 1)
+  // Pantomime's PLAIN and CRAM-MD5 count the length of the user name and
+  // password in characters, not bytes, and so cut anything beyond ASCII
+  // short. LOGIN carries them whole.
+  if (theMechanism != 1 && theMechanism != 3)
     return YES;
   return [[_controller getUsername] canBeConvertedToEncoding: NSASCIIStringEncoding]
     && [[_controller getPassword] canBeConvertedToEncoding: NSASCIIStringEncoding];
@@ -173,7 +174,7 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
           if (![self _credentialsFitMechanism: aMechanism])
             {
               [self _refuseSession:
-                @"The user name or password holds characters beyond ASCII, which PLAIN login cannot send; choose LOGIN or CRAM-MD5. Nothing was sent."];
+                @"The user name or password holds characters beyond ASCII, which PLAIN and CRAM-MD5 login cannot send; choose LOGIN. Nothing was sent."];
               return;
             }
           [_smtp authenticate: [_controller getUsername]

@@ -6,17 +6,26 @@
 
 static NSString *const TolvoTLSCAFileKey = @"tlsCAFile";
 
-// Pantomime keeps its TLS session in a private instance variable of the
-// connection; gnustep-base's session object behind it exposes the GnuTLS
-// session, from which the peer's certificates are read.
+static id objectIvar(id theObject, const char *theName)
+{
+  if (theObject == nil)
+    return nil;
+  Ivar anIvar = class_getInstanceVariable([theObject class], theName);
+  if (anIvar == NULL)
+    return nil;
+  return *(id *)((char *)theObject + ivar_getOffset(anIvar));
+}
+
+// Pantomime keeps its TLS channel in a private instance variable of the
+// connection: gnustep-base's TLS file handle, whose session object exposes
+// the GnuTLS session that the peer's certificates are read from.
 static gnutls_session_t tlsSessionOf(id theConnection)
 {
-  if (theConnection == nil)
+  id aChannel = objectIvar(theConnection, "_ssl");
+  if (aChannel == nil)
     return NULL;
-  Ivar anIvar = class_getInstanceVariable([theConnection class], "_ssl");
-  if (anIvar == NULL)
-    return NULL;
-  id aSession = *(id *)((char *)theConnection + ivar_getOffset(anIvar));
+  id aSession = [aChannel isKindOfClass: [GSTLSSession class]] ? aChannel
+                                                               : objectIvar(aChannel, "session");
   if (aSession == nil || ![aSession isKindOfClass: [GSTLSSession class]])
     return NULL;
   return ((GSTLSSession *)aSession)->session;

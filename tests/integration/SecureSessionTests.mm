@@ -1,0 +1,147 @@
+// With the secure connection asked for: STARTTLS and TLS from the first
+// byte work, a password or a message never travels in clear, and only a
+// server whose certificate is valid for its name is used.
+#import "MailingFixture.h"
+#import "TolvoController+MailingRun.h"
+#import "TestSupport.h"
+
+namespace {
+
+class SecureSessionTest : public MailingTest {
+ protected:
+  void SetUp() override
+  {
+    MailingTest::SetUp();
+    setPreference(@"useSSL", [NSNumber numberWithBool: YES]);
+    setPreference(@"tlsCAFile", [TestSMTPServer certificateAuthorityPath]);
+    setPreference(@"selectedAuthentication", [NSNumber numberWithInt: 1]);
+    setPreference(@"loginUsername", @"ann");
+    setPreference(@"loginPassword", @"secret");
+  }
+
+  bool startSecureServer(NSString *certificate, NSArray *extra)
+  {
+    NSMutableArray *args = [NSMutableArray arrayWithArray: [TestSMTPServer argumentsForCertificate: certificate]];
+    [args addObjectsFromArray: [NSArray arrayWithObjects: @"--user", @"ann", @"--password", @"secret", nil]];
+    [args addObjectsFromArray: extra];
+    if (!startServer(args))
+      return false;
+    // The certificate is made out to localhost.
+    setPreference(@"serverAddress", @"localhost");
+    return true;
+  }
+
+  // Nothing that matters went out before TLS was on.
+  void expectNothingSentInClear()
+  {
+    for (NSDictionary *aLine in [server transcript])
+      {
+        NSString *aCommand = [aLine objectForKey: @"cmd"];
+        if ([[aLine objectForKey: @"tls"] boolValue])
+          continue;
+        EXPECT_FALSE([aCommand isEqualToString: @"AUTH"] || [aCommand isEqualToString: @"AUTH-DATA"]
+                     || [aCommand isEqualToString: @"MAIL"] || [aCommand isEqualToString: @"RCPT"]
+                     || [aCommand isEqualToString: @"DATA"])
+          << "in clear: " << [[aLine objectForKey: @"line"] UTF8String];
+      }
+    EXPECT_EQ([server messageCount], 0u);
+  }
+};
+
+TEST_F(SecureSessionTest, StartTLSThenLoginThenSend)
+{
+  ASSERT_TRUE(startSecureServer(@"localhost", [NSArray arrayWithObjects: @"--starttls", @"--auth-over-tls-only", nil]));
+  fillRecipient(@"ann@example.com", @"Ann Lee");
+  pressSend();
+  ASSERT_TRUE([server waitForMessageCount: 1 timeout: 20]) << logText();
+  ASSERT_TRUE(waitForLogLine(@"Connection closed. Done.", 10));
+  EXPECT_TRUE([[[[server envelopes] objectAtIndex: 0] objectForKey: @"tls"] boolValue]);
+  long connected = lineIndex("Connected to the localhost server.");
+  long handshaking = lineIndex("SSL handshaking...");
+  long mechanisms = lineIndex("Available authentication mechanisms: ");
+  long authenticated = lineIndex("Authentication completed. Sending the message.");
+  long sent = lineIndex("Message sent. Closing the connection.");
+  long closed = lineIndex("Connection closed. Done.");
+  EXPECT_EQ(handshaking, connected + 1);
+  EXPECT_EQ(mechanisms, handshaking + 1);
+  EXPECT_EQ(authenticated, mechanisms + 1);
+  EXPECT_EQ(sent, authenticated + 1);
+  EXPECT_EQ(closed, sent + 1);
+}
+
+struct ClearCase { const char *option; const char *value; };
+
+class NeverInClearTest : public SecureSessionTest, public ::testing::WithParamInterface<ClearCase> {};
+
+TEST_P(NeverInClearTest, NoLoginAndNoMessageWithoutTLS)
+{
+  NSMutableArray *extra = [NSMutableArray arrayWithObject: [NSString stringWithUTF8String: GetParam().option]];
+  if (GetParam().value != nullptr)
+    [extra addObject: [NSString stringWithUTF8String: GetParam().value]];
+  ASSERT_TRUE(startSecureServer(@"localhost", extra));
+  fillRecipient(@"ann@example.com", @"Ann Lee");
+  pressSend();
+  TolvoRunLoopUntil(8, [&] { return (bool)[controller stopSending]; });
+  TolvoRunLoopUntil(1, [] { return false; });
+  expectNothingSentInClear();
+  NSString *aStatus = [[controller statusField] stringValue];
+  EXPECT_TRUE([controller stopSending]) << [aStatus UTF8String];
+}
+
+INSTANTIATE_TEST_SUITE_P(
+  UnsafeServers, NeverInClearTest,
+  ::testing::Values(ClearCase{"--auth-required", nullptr},            // offers no STARTTLS
+                    ClearCase{"--starttls-reply", "454"},
+                    ClearCase{"--garbage-after-greeting", nullptr},
+                    ClearCase{"--tls-handshake-garbage", nullptr}));
+
+TEST_F(SecureSessionTest, InjectedLinesAfterStartTLSAreNotActedOn)
+{
+  ASSERT_TRUE(startSecureServer(@"localhost", [NSArray arrayWithObjects: @"--starttls",
+    @"--starttls-inject", @"250 AUTH PLAIN\r\n235 Authentication successful", nil]));
+  fillRecipient(@"ann@example.com", @"Ann Lee");
+  pressSend();
+  TolvoRunLoopUntil(15, [&] { return [server messageCount] > 0 || [controller stopSending]; });
+  // Either the message went properly authenticated over TLS, or nothing went.
+  if ([server messageCount] > 0)
+    {
+      NSDictionary *anEnvelope = [[server envelopes] objectAtIndex: 0];
+      EXPECT_TRUE([[anEnvelope objectForKey: @"tls"] boolValue]);
+      EXPECT_TRUE([[anEnvelope objectForKey: @"auth_user"] isEqualToString: @"ann"]);
+    }
+  expectNothingSentInClear();
+}
+
+class UnverifiedServerTest : public SecureSessionTest, public ::testing::WithParamInterface<const char *> {};
+
+TEST_P(UnverifiedServerTest, EndsBeforeLoginWithAReason)
+{
+  ASSERT_TRUE(startSecureServer([NSString stringWithUTF8String: GetParam()],
+                                [NSArray arrayWithObject: @"--starttls"]));
+  fillRecipient(@"ann@example.com", @"Ann Lee");
+  pressSend();
+  ASSERT_TRUE(waitForLogLine(@"The localhost server could not be verified: ", 20));
+  TolvoRunLoopUntil(1, [] { return false; });
+  for (NSString *aCommand in [server transcriptCommands])
+    EXPECT_FALSE([aCommand isEqualToString: @"AUTH"] || [aCommand isEqualToString: @"MAIL"]);
+  EXPECT_EQ([server messageCount], 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(BadCertificates, UnverifiedServerTest,
+                         ::testing::Values("selfsigned", "wrong-host"));
+
+TEST_F(SecureSessionTest, TLSFromTheFirstByteOnPort465)
+{
+  NSMutableArray *args = [NSMutableArray arrayWithArray: [TestSMTPServer argumentsForCertificate: @"localhost"]];
+  [args addObjectsFromArray: [NSArray arrayWithObjects: @"--implicit-tls", @"--port", @"465",
+                                                        @"--user", @"ann", @"--password", @"secret", nil]];
+  ASSERT_TRUE(startServer(args));
+  setPreference(@"serverAddress", @"localhost");
+  fillRecipient(@"ann@example.com", @"Ann Lee");
+  pressSend();
+  ASSERT_TRUE([server waitForMessageCount: 1 timeout: 20]) << logText();
+  EXPECT_TRUE([[[[server envelopes] objectAtIndex: 0] objectForKey: @"tls"] boolValue]);
+  EXPECT_GE(lineIndex("Starting SSL."), 0);
+}
+
+} // namespace
