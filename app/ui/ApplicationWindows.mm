@@ -1,4 +1,5 @@
 #import "ApplicationWindows.h"
+#import "AttachmentsWindow.h"
 #import "MainWindowLayout.h"
 #import "TolvoController.h"
 #import "TolvoController+Lifecycle.h"
@@ -9,6 +10,7 @@
 {
   TolvoController *aController = [[TolvoController alloc] init];
   [MainWindowLayout layoutWindowForController: aController];
+  [aController setOutlet: [AttachmentsWindow attachmentsControllerWithWindow] named: @"attachments"];
   [aController awakeFromNib];
   return aController;
 }

@@ -4,6 +4,7 @@
 #import "TolvoController+MailingRun.h"
 #import "SMTP.h"
 #import "TestSupport.h"
+#include "FileExtensionTable.h"
 
 namespace {
 
@@ -173,6 +174,53 @@ TEST_F(CompositionTest, NonASCIINameAndSubjectAreEncodedWords)
   EXPECT_TRUE([[TestSMTPServer decodedHeader: @"Subject" inMessage: aMessage] isEqualToString: @"Grüße aus Köln"]);
   EXPECT_NE([[TestSMTPServer decodedHeader: @"To" inMessage: aMessage] rangeOfString: @"Zoë Ångström"].location,
             (NSUInteger)NSNotFound) << [[TestSMTPServer decodedHeader: @"To" inMessage: aMessage] UTF8String];
+}
+
+} // namespace
+
+namespace {
+
+class AttachmentPartsTest : public MailingTest {};
+
+// report.pdf goes as its name and the type the desktop's table gives pdf;
+// a file without extension gets no type of its own; a file that vanished
+// is skipped and the message still goes; the list's order is kept.
+TEST_F(AttachmentPartsTest, FilesGoInListOrderWithNameTypeAndBytes)
+{
+  tolvo::loadFileExtensionTable();
+  NSString *aFolder = TolvoTemporaryFolder(@"attachments");
+  NSString *aReport = [aFolder stringByAppendingPathComponent: @"report.pdf"];
+  NSString *aNote = [aFolder stringByAppendingPathComponent: @"NOTES"];
+  NSString *aGone = [aFolder stringByAppendingPathComponent: @"gone.txt"];
+  NSData *reportBytes = [@"%PDF-1.4 not really" dataUsingEncoding: NSUTF8StringEncoding];
+  unsigned char raw[300];
+  for (int i = 0; i < 300; i++)
+    raw[i] = (unsigned char)(i * 7);
+  NSData *noteBytes = [NSData dataWithBytes: raw length: sizeof(raw)];
+  [reportBytes writeToFile: aReport atomically: YES];
+  [noteBytes writeToFile: aNote atomically: YES];
+  NSMutableArray *paths = [[controller getAttachments] getAttachments];
+  [paths addObject: aNote];
+  [paths addObject: aGone];
+  [paths addObject: aReport];
+
+  ASSERT_TRUE(startServer([NSArray array]));
+  fillRecipient(@"ann@example.com", @"Ann Lee");
+  pressSend();
+  ASSERT_TRUE([server waitForMessageCount: 1 timeout: 20]) << logText();
+  NSArray *parts = [TestSMTPServer leafPartsOfMessage: [[server messages] objectAtIndex: 0]];
+  ASSERT_EQ([parts count], 3u);
+  NSDictionary *first = [parts objectAtIndex: 1];
+  NSDictionary *second = [parts objectAtIndex: 2];
+  EXPECT_TRUE([[first objectForKey: @"filename"] isEqualToString: @"NOTES"]);
+  EXPECT_TRUE([[[first objectForKey: @"transfer_encoding"] lowercaseString] isEqualToString: @"base64"]);
+  EXPECT_TRUE([[TestSMTPServer payloadOfPart: first] isEqualToData: noteBytes]);
+  EXPECT_TRUE([[second objectForKey: @"filename"] isEqualToString: @"report.pdf"]);
+  EXPECT_TRUE([[second objectForKey: @"content_type"] isEqualToString: @"application/pdf"])
+    << [[second objectForKey: @"content_type"] UTF8String];
+  EXPECT_TRUE([[TestSMTPServer payloadOfPart: second] isEqualToData: reportBytes]);
+  // The type the library writes when it is given none.
+  EXPECT_FALSE([[first objectForKey: @"content_type"] isEqualToString: @"application/pdf"]);
 }
 
 } // namespace
