@@ -13,8 +13,11 @@
   NSTableView *valuesTable;
   NSArray *groups;          // ADGroup, shown after the "All" row
   NSArray *shownPeople;     // ADPerson of the selected group (or all)
+  ADMultiValue *shownValues; // the displayed property of the selected person
+  NSString *displayedProperty;
   BOOL allowsGroupSelection;
   BOOL allowsMultipleSelection;
+  BOOL changingSelection;   // selection set by program: table callbacks ignored
 }
 // The shared address book ([ADAddressBook sharedAddressBook]).
 - (id) initWithFrame: (NSRect) theFrame;
@@ -35,7 +38,26 @@
 - (void) reloadData;
 
 // Selection by program, as a click does it (posts the notifications):
-// for tests and for the import that shows the new group.
+// for tests and for the import that shows the new group. A nil group is the
+// "All" row. A record not shown in the people column shows "All" first.
 - (void) selectGroup: (ADGroup *) theGroup byExtendingSelection: (BOOL) theFlag;
 - (void) selectRecord: (ADRecord *) theRecord byExtendingSelection: (BOOL) theFlag;
+
+// The property whose values the third column shows; always ADEmailProperty
+// in Tolvo. Setting another one posts the displayed-property notification.
+- (NSString *) displayedProperty;
+- (void) setDisplayedProperty: (NSString *) theProperty;
+
+// The book shown, and the three columns (for the window layout and tests).
+- (ADAddressBook *) addressBook;
+- (NSTableView *) groupsTableView;
+- (NSTableView *) peopleTableView;
+- (NSTableView *) valuesTableView;
 @end
+
+// Column identifiers of the picker's tables, and the mark before the
+// primary value.
+extern NSString *const PeoplePickerGroupColumn;
+extern NSString *const PeoplePickerNameColumn;
+extern NSString *const PeoplePickerValueColumn;
+extern NSString *const PeoplePickerPrimaryMark;
