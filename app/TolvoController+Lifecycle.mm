@@ -6,6 +6,7 @@
 #import "PeoplePickerView.h"
 #import "SMTP.h"
 #include "ActivityLog.h"
+#include "FileExtensionTable.h"
 
 // The page that the Website menu opens: the user guide shipped with Tolvo.
 static NSString *const TolvoWebsiteResource = @"Tolvo-Guide";
@@ -133,6 +134,7 @@ static NSString *const TolvoWebsiteResource = @"Tolvo-Guide";
 
 - (void) applicationWillFinishLaunching: (NSNotification *) theNotification
 {
+  tolvo::loadFileExtensionTable();
   [mainWindow makeKeyAndOrderFront: self];
   NSString *aFolder = [self activityLogFolder];
   if (aFolder != nil)

@@ -1,11 +1,65 @@
 #import "TolvoController+WebPage.h"
+#import "TolvoController+Lifecycle.h"
 #import "TolvoController+Personalisation.h"
+#import "PageDownload.h"
+#include "FileExtensionTable.h"
+#include "RelinkWebPage.h"
+
+#include <string>
+
+// The relinking engine's base is the typed address in the system's 8-bit
+// encoding, in a buffer of this size: at most 255 bytes and its NUL.
+static const size_t WebPageBaseBufferSize = 256;
 
 @implementation TolvoController (WebPage)
 
 - (NSString *) getWebPageOrFile
 {
-  return nil;
+  NSString *aTyped = [webPageOrFile stringValue];
+  if (aTyped == nil)
+    return nil;
+  // The lower-cased address is the one tested, shown and downloaded, even
+  // though paths on many servers are case-sensitive; the typed one, capitals
+  // kept, is the base that relative references resolve against.
+  NSString *anAddress = [aTyped lowercaseString];
+  if (![anAddress hasPrefix: @"http://"] && ![anAddress hasPrefix: @"https://"])
+    return nil;
+
+  // The three status texts are shown as written, not looked up.
+  [self statusMsg: [NSString stringWithFormat: @"Downloading \"%@\"", anAddress]];
+  NSString *aDownload = downloadWebPage(anAddress);
+  if (aDownload == nil)
+    {
+      [self statusMsg: [NSString stringWithFormat: @"Could not download \"%@\"", anAddress]];
+      return nil;
+    }
+
+  // A typed address that does not fit leaves the base empty.
+  char aBase[WebPageBaseBufferSize];
+  aBase[0] = '\0';
+  if (![aTyped getCString: aBase
+                maxLength: sizeof(aBase)
+                 encoding: [NSString defaultCStringEncoding]])
+    aBase[0] = '\0';
+
+  std::string aPage;
+  {
+    // The UTF-8 copy goes with this pool before relinking starts, so that a
+    // large page is not held three times over.
+    NSAutoreleasePool *aPool = [NSAutoreleasePool new];
+    NSData *someBytes = [aDownload dataUsingEncoding: NSUTF8StringEncoding];
+    aPage.assign((const char *)[someBytes bytes], [someBytes length]);
+    [aPool release];
+  }
+  RELEASE(aDownload);
+
+  [self statusMsg: @"Relinking web page..."];
+  tolvo::relinkWebPage(aBase, aPage, tolvo::fileExtensionTable());
+
+  NSString *aRelinked = [[NSString alloc] initWithBytes: aPage.data()
+                                                 length: aPage.size()
+                                               encoding: NSUTF8StringEncoding];
+  return AUTORELEASE(aRelinked);
 }
 
 - (NSString *) getWebPageOrFileContents

@@ -9,8 +9,11 @@ Serves a few fixed behaviours by path, over HTTP or (with --cert/--key) HTTPS:
                         as such in the header and in the page
   /docs/index.html      a page with relative references, served only under
                         its lower-case path (a mixed-case path gets a 404 page)
+  /tags.html            a page with personalisation tags
+  /empty                200 without a byte of body
   /silent               accepts, reads the request and never answers
-  /endless              answers 200 and sends a body that never ends
+  /endless              answers 200 and sends a body that never ends, fast
+  /drip                 answers 200 and sends a few bytes every 0.2 s, for ever
   /generated?bytes=N    an HTML page of exactly N bytes with relative
                         references throughout (for the benchmark)
   /title/<anything>     a page whose <title> is the rest of the path
@@ -55,6 +58,14 @@ DOCS = (
     '<html><head><title>Docs</title></head><body>\n'
     '<a href="Chapter1.html">one</a> <img src="../Images/Logo.gif">\n'
     '<a href="/Top.html">top</a>\n'
+    '</body></html>\n'
+)
+
+
+TAGS = (
+    '<html><head><title>For {toName}</title></head><body>\n'
+    '<p>Dear {toName} &lt;{to}&gt;, from {fromName}.</p>\n'
+    '<a href="more.html">more</a>\n'
     '</body></html>\n'
 )
 
@@ -106,6 +117,22 @@ class Handler(BaseHTTPRequestHandler):
         elif path == '/latin1.html':
             self.send_body(200, LATIN1.encode('iso-8859-1'),
                            'text/html; charset=iso-8859-1')
+        elif path == '/tags.html':
+            self.send_body(200, TAGS.encode('utf-8'))
+        elif path == '/empty':
+            self.send_body(200, b'')
+        elif path == '/drip':
+            self.send_response(200)
+            self.send_header('Content-Type', 'text/html; charset=utf-8')
+            self.end_headers()
+            deadline = time.monotonic() + hold
+            try:
+                while time.monotonic() < deadline:
+                    self.wfile.write(b'<p>drip</p>\n')
+                    self.wfile.flush()
+                    time.sleep(0.2)
+            except (BrokenPipeError, ConnectionResetError, ssl.SSLError, OSError):
+                pass
         elif path == '/docs/index.html':
             self.send_body(200, DOCS.encode('utf-8'))
         elif path.startswith('/title/'):

@@ -1,0 +1,193 @@
+// downloadWebPage against real HTTP and HTTPS servers on loopback.
+#import <Foundation/Foundation.h>
+#include <gtest/gtest.h>
+
+#import "PageDownload.h"
+#import "TestPageServer.h"
+
+namespace {
+
+// The text that downloadWebPage hands over, released by the caller.
+NSString *download(NSString *theAddress)
+{
+  return AUTORELEASE(downloadWebPage(theAddress));
+}
+
+// Verifies server certificates against the test authority only. GnuTLS in
+// gnustep-base reads the GSTLSCAFile and GSTLSVerifyServer defaults when TLS
+// is first set up and again whenever the defaults change; registered
+// defaults post no change, so the values go into the application's own
+// domain (the test's HOME is fresh).
+void trustTestAuthorityOnly()
+{
+  NSString *anAuthority = [TestPageServer certificateAuthorityPath];
+  ASSERT_NE(anAuthority, nil);
+  NSUserDefaults *someDefaults = [NSUserDefaults standardUserDefaults];
+  [someDefaults setObject: anAuthority forKey: @"GSTLSCAFile"];
+  [someDefaults setObject: @"YES" forKey: @"GSTLSVerifyServer"];
+  [someDefaults synchronize];
+}
+
+class PageDownloadTest : public ::testing::Test {
+ protected:
+  void SetUp() override
+  {
+    setPageDownloadLimits(PageDownloadDefaultLimits);
+    server = RETAIN([TestPageServer startHTTP]);
+    ASSERT_NE(server, nil);
+  }
+  void TearDown() override
+  {
+    setPageDownloadLimits(PageDownloadDefaultLimits);
+    DESTROY(server);
+  }
+  TestPageServer *server = nil;
+};
+
+TEST_F(PageDownloadTest, ReturnsThePageAsSent)
+{
+  NSString *aPage = download([server addressOf: @"/page.html"]);
+  ASSERT_NE(aPage, nil);
+  EXPECT_TRUE([aPage hasPrefix: @"<html><head><title>Loopback page</title>"]);
+  EXPECT_NE([aPage rangeOfString: @"<img src=\"images/pic.gif\">"].location, (NSUInteger)NSNotFound);
+}
+
+TEST_F(PageDownloadTest, AnErrorPageIsThePage)
+{
+  // A 404 answer's body is kept: the status is not examined.
+  NSString *aPage = download([server addressOf: @"/missing.html"]);
+  ASSERT_NE(aPage, nil);
+  EXPECT_NE([aPage rangeOfString: @"<h1>Not Found</h1>"].location, (NSUInteger)NSNotFound);
+}
+
+TEST_F(PageDownloadTest, BytesThatAreNotUTF8AreReadAsMacOSRoman)
+{
+  // ISO 8859-1 "Café crème à la française" read as Mac OS Roman: é (E9)
+  // becomes È, è (E8) Ë, à (E0) ‡, ç (E7) Á; the declared charset is ignored.
+  NSString *aPage = download([server addressOf: @"/latin1.html"]);
+  ASSERT_NE(aPage, nil);
+  EXPECT_NE([aPage rangeOfString: @"Caf\u00c8 cr\u00cbme \u2021 la fran\u00c1aise"].location,
+            (NSUInteger)NSNotFound) << [aPage UTF8String];
+  EXPECT_EQ([aPage rangeOfString: @"Caf\u00e9"].location, (NSUInteger)NSNotFound);
+}
+
+TEST_F(PageDownloadTest, AnAnswerWithoutBodyIsNoPage)
+{
+  EXPECT_EQ(download([server addressOf: @"/empty"]), nil);
+}
+
+TEST_F(PageDownloadTest, TextThatIsNoURLIsNoPage)
+{
+  EXPECT_EQ(download(@"http://exa mple.com/"), nil);
+  EXPECT_EQ(download(nil), nil);
+}
+
+TEST_F(PageDownloadTest, ARefusedConnectionIsNoPage)
+{
+  // Port 1 on loopback: nobody listens there.
+  EXPECT_EQ(download(@"http://127.0.0.1:1/page.html"), nil);
+}
+
+TEST_F(PageDownloadTest, ASilentServerEndsWithinTheTimeLimit)
+{
+  PageDownloadLimits someLimits = { 2.0, PageDownloadDefaultLimits.maxBytes };
+  setPageDownloadLimits(someLimits);
+  NSDate *aStart = [NSDate date];
+  EXPECT_EQ(download([server addressOf: @"/silent"]), nil);
+  NSTimeInterval anElapsed = -[aStart timeIntervalSinceNow];
+  EXPECT_GE(anElapsed, 1.9);
+  EXPECT_LT(anElapsed, 5.0);
+}
+
+TEST_F(PageDownloadTest, AnEndlessBodyIsAbandonedAtTheSizeLimit)
+{
+  // Loopback delivers gigabytes in seconds: the size limit ends it first.
+  PageDownloadLimits someLimits = { 60.0, 4u * 1024u * 1024u };
+  setPageDownloadLimits(someLimits);
+  NSDate *aStart = [NSDate date];
+  EXPECT_EQ(download([server addressOf: @"/endless"]), nil);
+  EXPECT_LT(-[aStart timeIntervalSinceNow], 30.0);
+}
+
+TEST_F(PageDownloadTest, AnEndlessBodyWithTheDefaultLimitsEndsWithinThem)
+{
+  NSDate *aStart = [NSDate date];
+  EXPECT_EQ(download([server addressOf: @"/endless"]), nil);
+  EXPECT_LT(-[aStart timeIntervalSinceNow], PageDownloadDefaultLimits.seconds + 2.0);
+}
+
+TEST_F(PageDownloadTest, ASlowEndlessBodyEndsAtTheTimeLimit)
+{
+  // A few bytes every 0.2 s never reach the size limit.
+  PageDownloadLimits someLimits = { 2.0, PageDownloadDefaultLimits.maxBytes };
+  setPageDownloadLimits(someLimits);
+  NSDate *aStart = [NSDate date];
+  EXPECT_EQ(download([server addressOf: @"/drip"]), nil);
+  NSTimeInterval anElapsed = -[aStart timeIntervalSinceNow];
+  EXPECT_GE(anElapsed, 1.9);
+  EXPECT_LT(anElapsed, 5.0);
+}
+
+TEST_F(PageDownloadTest, APageJustUnderTheSizeLimitIsKept)
+{
+  PageDownloadLimits someLimits = { 20.0, 100000 };
+  setPageDownloadLimits(someLimits);
+  NSString *aPage = download([server addressOf: @"/generated?bytes=100000"]);
+  ASSERT_NE(aPage, nil);
+  EXPECT_EQ([aPage length], 100000u);
+  EXPECT_EQ(download([server addressOf: @"/generated?bytes=100001"]), nil);
+}
+
+TEST_F(PageDownloadTest, EachDownloadAsksTheServerAgain)
+{
+  // No cache answers: two downloads are two requests.
+  download([server addressOf: @"/page.html"]);
+  download([server addressOf: @"/page.html"]);
+  NSArray *paths = [server requestedPaths];
+  EXPECT_EQ([paths count], 2u);
+}
+
+TEST(PageDownloadHTTPS, APageFromAServerOfTheTrustedAuthority)
+{
+  trustTestAuthorityOnly();
+  TestPageServer *aServer = [TestPageServer startHTTPSWithCertificate: @"localhost"];
+  ASSERT_NE(aServer, nil);
+  NSString *aPage = download([aServer addressOf: @"/page.html"]);
+  ASSERT_NE(aPage, nil);
+  EXPECT_TRUE([aPage hasPrefix: @"<html><head><title>Loopback page</title>"]);
+}
+
+TEST(PageDownloadHTTPS, AnErrorPageOverHTTPSIsThePage)
+{
+  trustTestAuthorityOnly();
+  TestPageServer *aServer = [TestPageServer startHTTPSWithCertificate: @"localhost"];
+  ASSERT_NE(aServer, nil);
+  NSString *aPage = download([aServer addressOf: @"/missing.html"]);
+  ASSERT_NE(aPage, nil);
+  EXPECT_NE([aPage rangeOfString: @"<h1>Not Found</h1>"].location, (NSUInteger)NSNotFound);
+}
+
+TEST(PageDownloadHTTPS, AnUntrustedCertificateIsRefusedWhenVerifying)
+{
+  // Proves that the trust setting above is what lets the other tests in:
+  // a self-signed certificate is not of the test authority.
+  trustTestAuthorityOnly();
+  TestPageServer *aServer = [TestPageServer startHTTPSWithCertificate: @"selfsigned"];
+  ASSERT_NE(aServer, nil);
+  EXPECT_EQ(download([aServer addressOf: @"/page.html"]), nil);
+}
+
+TEST(PageDownloadHTTPS, ASilentServerEndsWithinTheTimeLimit)
+{
+  trustTestAuthorityOnly();
+  TestPageServer *aServer = [TestPageServer startHTTPSWithCertificate: @"localhost"];
+  ASSERT_NE(aServer, nil);
+  PageDownloadLimits someLimits = { 2.0, PageDownloadDefaultLimits.maxBytes };
+  setPageDownloadLimits(someLimits);
+  NSDate *aStart = [NSDate date];
+  EXPECT_EQ(download([aServer addressOf: @"/silent"]), nil);
+  EXPECT_LT(-[aStart timeIntervalSinceNow], 5.0);
+  setPageDownloadLimits(PageDownloadDefaultLimits);
+}
+
+}  // namespace
