@@ -397,6 +397,7 @@ bool VCardReader::next(VCard &theCard)
           VCardEmail anEmail;
           anEmail.address = trimmed(decodeVCardValue(aProperty));
           anEmail.preference = preferenceOf(aProperty);
+          anEmail.home = parameterHas(aProperty, "TYPE", "HOME");
           if (!anEmail.address.empty())
             theCard.emails.push_back(anEmail);
         }

@@ -25,6 +25,7 @@ struct VCardEmail
   // 0: not marked preferred. Otherwise the rank: 1 for TYPE=PREF or a bare
   // PREF (2.1, 3.0), n for PREF=n (4.0: 1 is the most preferred).
   int preference = 0;
+  bool home = false;   // TYPE=HOME; anything else is filed as a work address
 };
 
 struct VCard

@@ -42,6 +42,8 @@
   NSMenu *anApp = [self _submenu: @"Tolvo" of: aMain];
   [self _addItem: @"Preferences..." action: @selector(showPreferences:) key: @","
           target: theController toMenu: anApp];
+  [self _addItem: @"Import Contacts..." action: @selector(importContacts:) key: @""
+          target: theController toMenu: anApp];
   [self _addItem: @"Open Console" action: @selector(openConsole:) key: @"l"
           target: theController toMenu: anApp];
   [self _addItem: @"Send Test Email" action: @selector(testEmail:) key: @""
