@@ -1,6 +1,8 @@
 #import "ApplicationWindows.h"
 #import "AttachmentsWindow.h"
+#import "ContactsWindowLayout.h"
 #import "MainWindowLayout.h"
+#import "RecipientsWindowLayout.h"
 #import "TolvoController.h"
 #import "TolvoController+Lifecycle.h"
 
@@ -11,6 +13,8 @@
   TolvoController *aController = [[TolvoController alloc] init];
   [MainWindowLayout layoutWindowForController: aController];
   [aController setOutlet: [AttachmentsWindow attachmentsControllerWithWindow] named: @"attachments"];
+  [ContactsWindowLayout layoutWindowForController: aController];
+  [RecipientsWindowLayout layoutWindowForController: aController];
   [aController awakeFromNib];
   return aController;
 }
