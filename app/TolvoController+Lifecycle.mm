@@ -4,6 +4,7 @@
 #import "LocalizedStrings.h"
 #import "PeoplePickerNotifications.h"
 #import "PeoplePickerView.h"
+#import "PreferencesPanel.h"
 #import "SMTP.h"
 #include "ActivityLog.h"
 #include "FileExtensionTable.h"
@@ -236,8 +237,7 @@ static NSString *const TolvoWebsiteResource = @"Tolvo-Guide";
 
 - (void) showPreferences: (id) theSender
 {
-  [[NSNotificationCenter defaultCenter] postNotificationName: @"TolvoShowPreferences"
-                                                      object: self];
+  [[PreferencesPanel sharedPanel] showPanel: theSender];
 }
 
 - (void) handleGetURLEvent: (id) theEvent withReplyEvent: (id) theReplyEvent

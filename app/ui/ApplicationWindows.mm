@@ -2,6 +2,7 @@
 #import "AttachmentsWindow.h"
 #import "ContactsWindowLayout.h"
 #import "MainWindowLayout.h"
+#import "PreferencesPanel.h"
 #import "RecipientsWindowLayout.h"
 #import "TolvoController.h"
 #import "TolvoController+Lifecycle.h"
@@ -12,6 +13,9 @@
 {
   TolvoController *aController = [[TolvoController alloc] init];
   [MainWindowLayout layoutWindowForController: aController];
+  // The Preferences panel is built with the other windows and shown by
+  // -showPreferences:; it writes the store itself.
+  [PreferencesPanel sharedPanel];
   [aController setOutlet: [AttachmentsWindow attachmentsControllerWithWindow] named: @"attachments"];
   [ContactsWindowLayout layoutWindowForController: aController];
   [RecipientsWindowLayout layoutWindowForController: aController];
