@@ -3,10 +3,31 @@
 #import "GetURLEventSource.h"
 #import "MainMenu.h"
 #import "TolvoController.h"
+#import "URLHandover.h"
 
 int main(int argc, const char **argv)
 {
   NSAutoreleasePool *pool = [NSAutoreleasePool new];
+
+  // A URL given on the command line (the desktop's mailto: handler) while
+  // another Tolvo runs goes to that one; this launch then ends before it
+  // opens a window.
+  NSMutableArray *someURLs = [NSMutableArray array];
+  for (int i = 1; i < argc; i++)
+    {
+      if (argv[i][0] != '-')
+        [someURLs addObject: [NSString stringWithUTF8String: argv[i]]];
+    }
+  NSString *aSocketPath = [URLHandover defaultSocketPath];
+  if ([someURLs count] > 0
+      && [URLHandover handOverURL: [someURLs objectAtIndex: 0] toSocketAtPath: aSocketPath])
+    {
+      for (NSUInteger i = 1; i < [someURLs count]; i++)
+        [URLHandover handOverURL: [someURLs objectAtIndex: i] toSocketAtPath: aSocketPath];
+      [pool release];
+      exit(0);
+    }
+
   [NSApplication sharedApplication];
 
   TolvoController *aController = [ApplicationWindows newControllerWithWindows];
@@ -15,13 +36,16 @@ int main(int argc, const char **argv)
 
   // A URL given on the command line (the desktop's mailto: handler) is the
   // application's first get-URL event.
-  for (int i = 1; i < argc; i++)
-    {
-      if (argv[i][0] != '-')
-        [[GetURLEventSource sharedSource] deliverURL: [NSString stringWithUTF8String: argv[i]]];
-    }
+  for (NSUInteger i = 0; i < [someURLs count]; i++)
+    [[GetURLEventSource sharedSource] deliverURL: [someURLs objectAtIndex: i]];
+
+  // The first Tolvo receives the URLs of later launches.
+  URLHandover *aHandover = [[URLHandover alloc] initWithSocketPath: aSocketPath];
+  [aHandover startListening];
 
   [NSApp run];
+  [aHandover stopListening];
+  RELEASE(aHandover);
   RELEASE(aController);
   [pool release];
   return 0;
