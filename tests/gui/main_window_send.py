@@ -1,0 +1,135 @@
+"""A person launches Tolvo, types a recipient, a name, a subject and a
+message, and presses Send: the local server receives one message with those
+values, and the status line and the activity log show the run.
+
+Arguments: the Tolvo executable, the source folder, a folder for screenshots.
+Runs under Xvfb (DISPLAY set) with a fresh HOME (tests/support/fresh-home).
+"""
+import email
+import email.policy
+import glob
+import os
+import signal
+import subprocess
+import sys
+import time
+
+tolvo, source, shots = sys.argv[1], sys.argv[2], sys.argv[3]
+os.makedirs(shots, exist_ok=True)
+store = os.path.join(os.environ["HOME"], "outbox")
+ready = os.path.join(os.environ["HOME"], "port")
+
+
+def run(*args):
+    return subprocess.run(list(args), check=True, capture_output=True, text=True).stdout
+
+
+def xdo(*args):
+    return run("xdotool", *args)
+
+
+def wait_for(what, seconds, check):
+    deadline = time.time() + seconds
+    while time.time() < deadline:
+        value = check()
+        if value:
+            return value
+        time.sleep(0.2)
+    raise SystemExit("timed out waiting for " + what)
+
+
+def press(x, y):
+    # A quick click is missed by AppKit under a bare Xvfb.
+    xdo("mousemove", str(x), str(y))
+    xdo("mousedown", "1")
+    time.sleep(0.2)
+    xdo("mouseup", "1")
+
+
+server = subprocess.Popen(["/usr/bin/python3", os.path.join(source, "tools/outbox/smtp-server"),
+                           "--port", "0", "--ready-file", ready, "--store", store,
+                           "--max-seconds", "170"],
+                          stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+app = None
+try:
+    port = wait_for("the server", 15, lambda: os.path.exists(ready) and open(ready).read().strip())
+    # As the README shows: `defaults write Tolvo KEY VALUE`.
+    for key, value in [("serverAddress", "127.0.0.1"), ("serverPort", port),
+                       ("senderEmail", "mia@example.com"), ("senderName", "Mia Sender"),
+                       ("selectedContentType", "1")]:
+        run("defaults", "write", "Tolvo", key, value)
+
+    app = subprocess.Popen([tolvo], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    def geometry_of(window):
+        fields = dict(line.strip().split(": ", 1) for line in xdo("getwindowgeometry", window).splitlines()[1:])
+        left, top = (int(v) for v in fields["Position"].split()[0].split(","))
+        width, height = (int(v) for v in fields["Geometry"].split("x"))
+        return left, top, width, height
+
+    def main_window():
+        # The menu is a window named "Tolvo" too; the main window is the big one.
+        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^Tolvo$"],
+                               capture_output=True, text=True).stdout.split()
+        big = [geometry_of(w) for w in found]
+        big = [g for g in big if g[2] >= 500 and g[3] >= 400]
+        return big[0] if big else None
+
+    left, top, width, height = wait_for("the main window", 30, main_window)
+    time.sleep(1.5)
+
+    # The recipient field has the focus when the window opens; Tab moves on
+    # through name, subject, web page and into the message.
+    press(left + width // 2 - 60, top + 24)
+    xdo("type", "--delay", "20", "ann@example.com")
+    xdo("key", "Tab")
+    xdo("type", "--delay", "20", "Ann Lee")
+    xdo("key", "Tab")
+    xdo("type", "--delay", "20", "Spring news")
+    xdo("key", "Tab")
+    xdo("key", "Tab")
+    xdo("type", "--delay", "20", "Hello {toName}, see you soon.")
+    time.sleep(0.5)
+    run("import", "-window", "root", os.path.join(shots, "main-window-typed.png"))
+
+    # Send sits at the bottom right of the window.
+    press(left + width - 12 - 48, top + height - 12 - 14)
+    try:
+        wait_for("the message", 30, lambda: glob.glob(os.path.join(store, "*.eml")))
+    finally:
+        time.sleep(1.0)
+        run("import", "-window", "root", os.path.join(shots, "main-window-sent.png"))
+
+    messages = sorted(glob.glob(os.path.join(store, "*.eml")))
+    assert len(messages) == 1, messages
+    with open(messages[0], "rb") as f:
+        message = email.message_from_bytes(f.read(), policy=email.policy.default)
+    assert message["To"] == "Ann Lee <ann@example.com>", message["To"]
+    assert message["Subject"] == "Spring news", message["Subject"]
+    assert message["From"] == "Mia Sender <mia@example.com>", message["From"]
+    bodies = [p for p in message.walk() if p.get_content_type() == "text/plain"]
+    assert len(bodies) == 1, [p.get_content_type() for p in message.walk()]
+    assert bodies[0].get_content().strip() == "Hello Ann Lee, see you soon.", bodies[0].get_content()
+
+    log = glob.glob(os.path.join(os.environ["HOME"], "GNUstep/Library/ApplicationSupport",
+                                 "Sorvane Software/Tolvo/Tolvo.log"))
+    assert log, "no activity log"
+    lines = wait_for("the end of the run in the log", 15,
+                     lambda: (lambda ls: ls if any(l.startswith("[Mailing completed at ") for l in ls) else None)(
+                         open(log[0], "rb").read().decode("utf-8", "replace").split("\r")))
+    wanted = ["Sending mail.", "[Mailing started at ", "Connecting to the 127.0.0.1 server.",
+              "Message sent. Closing the connection.", "Connection closed. Done.", "[Mailing completed at "]
+    position = 0
+    for prefix in wanted:
+        found = [i for i, l in enumerate(lines) if i >= position and l.startswith(prefix)]
+        assert found, "log lacks %r after line %d: %r" % (prefix, position, lines)
+        position = found[0] + 1
+    print("1 passed, 0 failed")
+finally:
+    if app is not None:
+        app.send_signal(signal.SIGTERM)
+        try:
+            app.wait(10)
+        except subprocess.TimeoutExpired:
+            app.kill()
+    server.terminate()
+    server.wait(10)
