@@ -174,6 +174,8 @@ static NSString *const TolvoWebsiteResource = @"Tolvo-Guide";
 - (void) statusMsg: (NSString *) theMessage
 {
   [status setStringValue: theMessage];
+  // A long line is cut at the window's edge; the whole of it stays at hand.
+  [status setToolTip: theMessage];
   tolvo::writeActivityLogLine([theMessage UTF8String]);
 }
 

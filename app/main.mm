@@ -2,6 +2,7 @@
 #import "ApplicationWindows.h"
 #import "GetURLEventSource.h"
 #import "MainMenu.h"
+#import "TolvoApplication.h"
 #import "TolvoController.h"
 #import "URLHandover.h"
 
@@ -28,7 +29,7 @@ int main(int argc, const char **argv)
       exit(0);
     }
 
-  [NSApplication sharedApplication];
+  [TolvoApplication sharedApplication];
 
   TolvoController *aController = [ApplicationWindows newControllerWithWindows];
   [NSApp setMainMenu: [MainMenu menuForController: aController]];

@@ -125,6 +125,9 @@ static NSString *const TolvoCharsetLabels[] = {
   @catch (NSException *anException)
     {
       [self _reportException: anException];
+      // No session was started, so no callback will ever free this object.
+      if (_smtp == nil)
+        AUTORELEASE(self);
     }
 }
 

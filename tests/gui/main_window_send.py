@@ -39,8 +39,12 @@ def wait_for(what, seconds, check):
 
 
 def press(x, y):
-    # A quick click is missed by AppKit under a bare Xvfb.
+    # A quick click is missed by AppKit under a bare Xvfb, and so is a press
+    # that comes with no motion over the target before it.
+    xdo("mousemove", str(x - 10), str(y - 4))
+    time.sleep(0.3)
     xdo("mousemove", str(x), str(y))
+    time.sleep(0.3)
     xdo("mousedown", "1")
     time.sleep(0.2)
     xdo("mouseup", "1")
