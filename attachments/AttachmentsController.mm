@@ -300,6 +300,12 @@ writeRowsWithIndexes: (NSIndexSet *)theRows
   NSInteger aTo = aFrom < theRow ? theRow - 1 : theRow;
   [self _moveEntryFrom: aFrom to: aTo];
   [attachmentsTable reloadData];
+  // The selection follows the moved file: left on the old row number it
+  // would mark a file never chosen, and the next Delete would remove it.
+  if (aFrom != aTo && aFrom >= 0 && aTo >= 0 && aFrom < (NSInteger)[paths count]
+      && aTo < (NSInteger)[paths count])
+    [attachmentsTable selectRowIndexes: [NSIndexSet indexSetWithIndex: aTo]
+                  byExtendingSelection: NO];
   return YES;
 }
 
