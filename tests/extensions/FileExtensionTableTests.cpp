@@ -50,6 +50,17 @@ TEST(FileExtensionTable, KeepsTheLaterEntryOfTwoWithTheSameExtension) {
   EXPECT_EQ(entry->fileCreator, 0u);
 }
 
+TEST(FileExtensionTable, KeepsTheTypeAndCreatorCodesOfTheLaterEntry) {
+  FileExtensionTable table;
+  table.insert({".txt", "text/plain", 0x54455854u, 0x74747874u});
+  table.insert({".txt", "text/plain", 0x74657874u, 0x52535450u});
+  const auto entry = table.lookupFileExtension(".txt");
+  ASSERT_TRUE(entry.has_value());
+  EXPECT_EQ(entry->fileType, 0x74657874u);
+  EXPECT_EQ(entry->fileCreator, 0x52535450u);
+  EXPECT_EQ(table.size(), 1u);
+}
+
 // Guards against folding the case of keys.
 TEST(FileExtensionTable, DoesNotFindALowerCaseKeyWhenOnlyTheCapitalOneIsMapped) {
   const MimeTypesFile file("image/jpeg JPG\n");

@@ -14,6 +14,8 @@
 
 namespace {
 
+constexpr std::size_t kSizeLimit = 64 * 1024;
+
 std::filesystem::path corpusFolder() {
   const char* source = std::getenv("TOLVO_SOURCE_DIR");
   return std::filesystem::path(source ? source : ".") / "tests" / "relink" / "corpus";
@@ -33,8 +35,9 @@ TEST(CorpusReplay, EveryCorpusCaseGivesTheSamePageFromEngineAndLiteralVersion) {
   ASSERT_FALSE(files.empty()) << "no corpus at " << corpusFolder();
   for (const auto& file : files) {
     const auto fuzzCase = tolvo::testing::decodeFuzzCase(contentsOf(file));
-    EXPECT_EQ(tolvo::testing::relinkedByEngine(fuzzCase), tolvo::testing::relinkedLiterally(fuzzCase))
-        << "corpus file " << file.filename();
+    const auto literal = tolvo::testing::relinkedLiterally(fuzzCase, kSizeLimit);
+    if (!literal) continue;  // the fuzzer left this case out too
+    EXPECT_EQ(tolvo::testing::relinkedByEngine(fuzzCase), *literal) << "corpus file " << file.filename();
   }
 }
 

@@ -62,9 +62,9 @@ std::string relinkedByEngine(const FuzzCase& fuzzCase) {
   return page;
 }
 
-std::string relinkedLiterally(const FuzzCase& fuzzCase) {
+std::optional<std::string> relinkedLiterally(const FuzzCase& fuzzCase, std::size_t sizeLimit) {
   std::string page = fuzzCase.page;
-  literal::relinkWebPage(fuzzCase.base, page, *fuzzCase.extensions);
+  if (!literal::relinkWebPage(fuzzCase.base, page, *fuzzCase.extensions, sizeLimit)) return std::nullopt;
   return page;
 }
 

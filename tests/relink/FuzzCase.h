@@ -3,6 +3,7 @@
 // can mutate all three.
 #pragma once
 
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -34,8 +35,10 @@ struct FuzzCase {
 // bases, some holding quote characters); the remaining bytes are the page.
 FuzzCase decodeFuzzCase(std::string_view bytes);
 
-// The page as the engine rewrites it, and as the literal version does.
+// The page as the engine rewrites it, and as the literal version does; the
+// literal one answers none when the page grows past `sizeLimit` bytes.
 std::string relinkedByEngine(const FuzzCase& fuzzCase);
-std::string relinkedLiterally(const FuzzCase& fuzzCase);
+std::optional<std::string> relinkedLiterally(const FuzzCase& fuzzCase,
+                                             std::size_t sizeLimit = std::string::npos);
 
 }  // namespace tolvo::testing

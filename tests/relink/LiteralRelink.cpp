@@ -140,7 +140,7 @@ void collectAttributeReferences(std::string text, std::string_view base, int sch
   }
 }
 
-void substituteReferences(const ReferenceList& map, std::string& page) {
+bool substituteReferences(const ReferenceList& map, std::string& page, std::size_t sizeLimit) {
   const std::array<std::pair<char, char>, 3> quotePairs{{{'"', '"'}, {'\'', '\''}, {'(', ')'}}};
   for (const auto& [key, value] : map) {
     // 1. Skip a key that does not occur; an empty key counts as absent.
@@ -155,12 +155,15 @@ void substituteReferences(const ReferenceList& map, std::string& page) {
         if (at == npos) break;
         page.replace(at, search.size(), replacement);
         from = at + replacement.size();
+        if (page.size() > sizeLimit) return false;
       }
     }
   }
+  return true;
 }
 
-void relinkWebPage(std::string_view rawBase, std::string& page, const FileExtensionSet& extensions) {
+bool relinkWebPage(std::string_view rawBase, std::string& page, const FileExtensionSet& extensions,
+                   std::size_t sizeLimit) {
   const std::string base = cut(std::string(rawBase));
   const int schemeCode = parseBaseUrl(base).schemeCode;
   ReferenceList map;
@@ -168,7 +171,7 @@ void relinkWebPage(std::string_view rawBase, std::string& page, const FileExtens
     assign(map, candidate, resolveReference(base, schemeCode, candidate));
   }
   collectAttributeReferences(page, base, schemeCode, map);
-  substituteReferences(map, page);
+  return substituteReferences(map, page, sizeLimit);
 }
 
 }  // namespace tolvo::literal

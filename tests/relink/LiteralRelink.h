@@ -20,8 +20,14 @@ using ReferenceList = std::vector<std::pair<std::string, std::string>>;
 std::vector<std::string> collectDottedReferences(std::string text, const FileExtensionSet& extensions);
 void collectAttributeReferences(std::string text, std::string_view base, int schemeCode,
                                 ReferenceList& map);
-void substituteReferences(const ReferenceList& map, std::string& page);
+// Gives up, answering false, once the page grows past `sizeLimit` bytes: a
+// base holding quote characters can make each URL bring new quoted
+// references, and the page then grows without bound in the number of
+// references. The fuzzer sets a limit; everything else leaves it unlimited.
+bool substituteReferences(const ReferenceList& map, std::string& page,
+                          std::size_t sizeLimit = std::string::npos);
 
-void relinkWebPage(std::string_view base, std::string& page, const FileExtensionSet& extensions);
+bool relinkWebPage(std::string_view base, std::string& page, const FileExtensionSet& extensions,
+                   std::size_t sizeLimit = std::string::npos);
 
 }  // namespace tolvo::literal
