@@ -17,7 +17,19 @@ int pairOf(char open, char close) {
 
 }  // namespace
 
-bool isQuoteCharacter(char c) { return c == '"' || c == '\'' || c == '(' || c == ')'; }
+namespace {
+
+constexpr std::array<bool, 256> makeQuoteBytes() {
+  std::array<bool, 256> bytes{};
+  bytes['"'] = bytes['\''] = bytes['('] = bytes[')'] = true;
+  return bytes;
+}
+
+constexpr std::array<bool, 256> kQuoteBytes = makeQuoteBytes();
+
+}  // namespace
+
+bool isQuoteCharacter(char c) { return kQuoteBytes[static_cast<unsigned char>(c)]; }
 
 bool holdsQuoteCharacter(std::string_view text) {
   for (char c : text) {
@@ -32,8 +44,11 @@ std::uint32_t ReferenceKeys::add(std::string_view upperText) {
   texts_.emplace_back(upperText);
   const auto id = static_cast<std::uint32_t>(texts_.size() - 1);
   ids_.emplace(texts_.back(), id);
-  shortest_ = std::min(shortest_, upperText.size());
-  longest_ = std::max(longest_, upperText.size());
+  if (!upperText.empty() && upperText.size() < lengths_.size()) {
+    lengths_.set(upperText.size());
+    firstBytes_.set(static_cast<unsigned char>(upperText.front()));
+    lastBytes_.set(static_cast<unsigned char>(upperText.back()));
+  }
   return id;
 }
 
@@ -42,8 +57,18 @@ std::int64_t ReferenceKeys::find(std::string_view upperText) const {
   return found == ids_.end() ? -1 : static_cast<std::int64_t>(found->second);
 }
 
+bool ReferenceKeys::mayMatch(std::string_view text) const {
+  return !text.empty() && text.size() < lengths_.size() && lengths_.test(text.size()) &&
+         firstBytes_.test(static_cast<unsigned char>(asciiUpper(text.front()))) &&
+         lastBytes_.test(static_cast<unsigned char>(asciiUpper(text.back())));
+}
+
 QuotedText::QuotedText(std::string_view text, const ReferenceKeys& keys)
     : keys_(keys), buckets_(keys.size()), size_(text.size()) {
+  const auto quoteCount =
+      static_cast<std::size_t>(std::count_if(text.begin(), text.end(), isQuoteCharacter));
+  marks_.reserve(quoteCount);
+  gaps_.reserve(quoteCount);
   std::size_t previous = std::string_view::npos;
   for (std::size_t at = 0; at < text.size(); ++at) {
     if (!isQuoteCharacter(text[at])) continue;
@@ -79,7 +104,7 @@ std::uint32_t QuotedText::addGap(std::uint32_t open, std::uint32_t close, std::s
 // could match it there.
 void QuotedText::file(std::uint32_t gap) {
   const Gap& g = gaps_[gap];
-  if (g.text.size() < keys_.shortest() || g.text.size() > keys_.longest()) return;
+  if (!keys_.mayMatch(g.text)) return;
   const int pair = pairOf(marks_[g.open].character, marks_[g.close].character);
   if (pair < 0) return;
   upper_.clear();

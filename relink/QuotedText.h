@@ -13,6 +13,7 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <cstdint>
 #include <deque>
 #include <string>
@@ -29,15 +30,18 @@ class ReferenceKeys {
   std::uint32_t add(std::string_view upperText);
   // The number of `upperText`, or -1 when it is not one of the keys.
   std::int64_t find(std::string_view upperText) const;
+  // False when no key can equal `text` once upper-cased, judged by its length
+  // and its first and last bytes: most quoted texts of a page are turned
+  // away here, before any upper-casing or hashing.
+  bool mayMatch(std::string_view text) const;
   std::size_t size() const { return texts_.size(); }
-  std::size_t shortest() const { return shortest_; }
-  std::size_t longest() const { return longest_; }
 
  private:
   std::deque<std::string> texts_;  // stays in place, so ids_ may view it
   std::unordered_map<std::string_view, std::uint32_t> ids_;
-  std::size_t shortest_ = SIZE_MAX;
-  std::size_t longest_ = 0;
+  std::bitset<256> lengths_;
+  std::bitset<256> firstBytes_;
+  std::bitset<256> lastBytes_;
 };
 
 // The quote pairs, in the order they are substituted.

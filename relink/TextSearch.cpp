@@ -23,13 +23,23 @@ std::size_t findIgnoringCase(std::string_view text, std::string_view pattern, st
   if (pattern.empty()) return from;
   if (text.size() - from < pattern.size()) return npos;
   const std::size_t end = text.size() - pattern.size() + 1;  // one past the last start
+  // A byte that is no letter matches only itself, so one memchr finds every
+  // candidate; "=" in "HREF=" is far rarer in a page than "H" or "h".
+  std::size_t anchor = 0;
+  while (anchor < pattern.size() && isAsciiLetter(pattern[anchor])) ++anchor;
+  if (anchor < pattern.size()) {
+    for (std::size_t hit = findByte(text, pattern[anchor], from + anchor, end + anchor); hit != npos;
+         hit = findByte(text, pattern[anchor], hit + 1, end + anchor)) {
+      if (equalsIgnoringCase(text.substr(hit - anchor, pattern.size()), pattern)) return hit - anchor;
+    }
+    return npos;
+  }
+  // All letters: both cases of the first byte are tracked with memchr.
   const std::string_view rest = pattern.substr(1);
   const char upper = asciiUpper(pattern[0]);
   const char lower = asciiLower(pattern[0]);
-  // Both letter cases of the first byte are tracked with memchr, so the scan
-  // runs at memchr speed between candidates.
   std::size_t nextUpper = findByte(text, upper, from, end);
-  std::size_t nextLower = upper == lower ? npos : findByte(text, lower, from, end);
+  std::size_t nextLower = findByte(text, lower, from, end);
   while (nextUpper != npos || nextLower != npos) {
     const std::size_t at = nextUpper < nextLower ? nextUpper : nextLower;
     if (equalsIgnoringCase(text.substr(at + 1, rest.size()), rest)) return at;
