@@ -6,8 +6,8 @@
 NSString *const TolvoContactsWindowTitle = @"Contacts";
 
 // Geometry, in points.
-static const CGFloat WindowWidth = 640;
-static const CGFloat WindowHeight = 400;
+static const CGFloat WindowWidth = 620;
+static const CGFloat WindowHeight = 340;
 static const CGFloat Margin = 12;
 static const CGFloat ButtonHeight = 24;
 
@@ -27,7 +27,7 @@ static const CGFloat ButtonHeight = 24;
 + (NSWindow *) layoutWindowForController: (TolvoController *) theController
 {
   ContactsWindow *aWindow = [[ContactsWindow alloc]
-    initWithContentRect: NSMakeRect(840, 120, WindowWidth, WindowHeight)
+    initWithContentRect: NSMakeRect(640, 670, WindowWidth, WindowHeight)
               styleMask: NSTitledWindowMask | NSClosableWindowMask
                          | NSMiniaturizableWindowMask | NSResizableWindowMask
                 backing: NSBackingStoreBuffered
