@@ -107,9 +107,8 @@ static const NSUInteger NSStringScriptMaxOutput = 1024 * 1024;
   NS_ENDHANDLER
   if (!launched)
     return nil;
-  // The parent's copy of the writing end must go, or the end of the
-  // script's output would never be seen.
-  [[aPipe fileHandleForWriting] closeFile];
+  // NSTask has closed this process's copy of the pipe's writing end, so
+  // the end of the script's output is seen when the script ends.
 
   NSDate *aDeadline = [NSDate dateWithTimeIntervalSinceNow: theSeconds];
   NSData *anOutput = [NSString _readOutputOf: aTask

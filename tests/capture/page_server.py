@@ -17,6 +17,8 @@ Serves a few fixed behaviours by path, over HTTP or (with --cert/--key) HTTPS:
   /generated?bytes=N    an HTML page of exactly N bytes with relative
                         references throughout (for the benchmark)
   /title/<anything>     a page whose <title> is the rest of the path
+  /json/list            the contents of --json-list: a stand-in for a
+                        Chromium-family browser's DevTools tab list
 
 Every request path is appended, one per line, to --requests if given.
 The chosen port is written to --ready-file once the socket listens; with
@@ -140,6 +142,9 @@ class Handler(BaseHTTPRequestHandler):
             body = ('<html><head><title>%s</title></head><body><p>%s</p>'
                     '</body></html>\n' % (title, title)).encode('utf-8')
             self.send_body(200, body)
+        elif path == '/json/list' and self.server.json_list:
+            with open(self.server.json_list, 'rb') as f:
+                self.send_body(200, f.read(), 'application/json; charset=UTF-8')
         elif path == '/generated':
             query = urllib.parse.parse_qs(url.query)
             size = int(query.get('bytes', ['1000000'])[0])
@@ -196,6 +201,7 @@ def main():
     parser.add_argument('--cert')
     parser.add_argument('--key')
     parser.add_argument('--watch-pid', type=int)
+    parser.add_argument('--json-list')
     parser.add_argument('--hold', type=float, default=120.0,
                         help='seconds the silent and endless answers last')
     parser.add_argument('--pregenerate', type=int, default=0,
@@ -205,6 +211,7 @@ def main():
     server = Server(('127.0.0.1', args.port), Handler)
     server.requests_path = args.requests
     server.hold = args.hold
+    server.json_list = args.json_list
     if args.pregenerate:
         server.generated(args.pregenerate)
     if args.cert:
