@@ -1,0 +1,141 @@
+// The web-page button against a real browser: Debian's Chromium, started by
+// the test on the test's X display, showing a page served on loopback. Once
+// with its DevTools endpoint open, once without (the keyboard method).
+#import <AppKit/AppKit.h>
+#include <gtest/gtest.h>
+
+#import "ApplicationWindows.h"
+#import "BrowserQuery.h"
+#import "NSString+Scripting.h"
+#import "TestPageServer.h"
+#import "TestSupport.h"
+#import "TolvoController.h"
+#import "TolvoController+BrowserQuery.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+namespace {
+
+NSString *const ChromiumPath = @"/usr/bin/chromium";
+// Starting a browser on a loaded machine: generous, but bounded.
+const NSTimeInterval ChromiumStartSeconds = 90.0;
+
+class ChromiumTest : public ::testing::Test {
+ protected:
+  void SetUp() override
+  {
+    ASSERT_TRUE([[NSFileManager defaultManager] isExecutableFileAtPath: ChromiumPath])
+      << "Debian's chromium package is needed (./tolvo test installs it)";
+    server = RETAIN([TestPageServer startHTTP]);
+    ASSERT_NE(server, nil);
+    profile = RETAIN(TolvoTemporaryFolder(@"chromium-profile"));
+    address = RETAIN([server addressOf: @"/title/Loopback%20Docs%20Page"]);
+  }
+
+  void TearDown() override
+  {
+    if (browser != nil)
+      {
+        // The browser and its helpers form the process group NSTask made.
+        pid_t aGroup = [browser processIdentifier];
+        killpg(aGroup, SIGTERM);
+        TolvoRunLoopUntil(5.0, [&] { return ![browser isRunning]; });
+        if ([browser isRunning])
+          killpg(aGroup, SIGKILL);
+        [browser waitUntilExit];
+      }
+    DESTROY(controller);
+    DESTROY(browser);
+    if (profile != nil)
+      [[NSFileManager defaultManager] removeFileAtPath: profile handler: nil];
+    DESTROY(profile);
+    DESTROY(address);
+    DESTROY(server);
+  }
+
+  // Chromium on this display, showing the test page in a real window. The
+  // machine has no network but loopback: everything that would reach out
+  // is switched off.
+  void startChromium(BOOL withDevTools)
+  {
+    NSMutableArray *someArguments = [NSMutableArray arrayWithObjects:
+      @"--no-sandbox", @"--disable-gpu", @"--disable-quic", @"--no-first-run",
+      @"--disable-background-networking", @"--disable-component-update", @"--disable-sync",
+      @"--no-default-browser-check", @"--password-store=basic", @"--window-size=900,700",
+      [@"--user-data-dir=" stringByAppendingString: profile], nil];
+    if (withDevTools)
+      [someArguments addObject: @"--remote-debugging-port=0"];
+    [someArguments addObject: address];
+    browser = [[NSTask alloc] init];
+    [browser setLaunchPath: ChromiumPath];
+    [browser setArguments: someArguments];
+    [browser setStandardInput: [NSFileHandle fileHandleWithNullDevice]];
+    [browser setStandardOutput: [NSFileHandle fileHandleWithNullDevice]];
+    [browser setStandardError: [NSFileHandle fileHandleWithNullDevice]];
+    [browser launch];
+  }
+
+  // Whether the browser's window shows the page: its name carries the title.
+  bool windowShowsPage()
+  {
+    NSString *aName = [@"xdotool search --onlyvisible --name 'Loopback Docs Page' | tail -n 1" runScript];
+    return aName != nil;
+  }
+
+  bool devToolsListShowsPage()
+  {
+    NSString *aPort = [profile stringByAppendingPathComponent: @"DevToolsActivePort"];
+    NSString *aScript = [NSString stringWithFormat:
+      @"port=$(head -n 1 '%@') && curl -s --noproxy '*' --max-time 2 http://127.0.0.1:$port/json/list "
+      @"| grep -q 'Loopback Docs Page' && echo yes", aPort];
+    return [aScript runScript] != nil;
+  }
+
+  TestPageServer *server = nil;
+  NSString *profile = nil;
+  NSString *address = nil;
+  NSTask *browser = nil;
+  TolvoController *controller = nil;
+};
+
+TEST_F(ChromiumTest, TheButtonTakesAddressAndTitleFromTheDevToolsEndpoint)
+{
+  startChromium(YES);
+  ASSERT_TRUE(TolvoRunLoopUntil(ChromiumStartSeconds, [&] { return devToolsListShowsPage(); }))
+    << "Chromium did not show the page";
+  // The real process list: Chromium is found by its executable name.
+  setRunningProcessNamesOverride(nil);
+  EXPECT_EQ(chooseAddressBrowser(), BrowserChromium);
+
+  controller = [ApplicationWindows newControllerWithWindows];
+  [[controller subjectField] setStringValue: @"before"];
+  [controller webPage: nil];
+  EXPECT_TRUE([[[controller webPageOrFileField] stringValue] isEqualToString: address])
+    << [[[controller webPageOrFileField] stringValue] UTF8String];
+  EXPECT_TRUE([[[controller subjectField] stringValue] isEqualToString: @"Loopback Docs Page"])
+    << [[[controller subjectField] stringValue] UTF8String];
+}
+
+TEST_F(ChromiumTest, WithoutDevToolsTheKeyboardMethodCopiesTheAddress)
+{
+  startChromium(NO);
+  ASSERT_TRUE(TolvoRunLoopUntil(ChromiumStartSeconds, [&] { return windowShowsPage(); }))
+    << "Chromium did not show the page";
+  // Let the page settle before keys are sent to the window.
+  TolvoRunLoopUntil(1.0, [] { return false; });
+  setRunningProcessNamesOverride(nil);
+
+  controller = [ApplicationWindows newControllerWithWindows];
+  [[controller mainWindow] makeKeyAndOrderFront: nil];
+  [controller webPage: nil];
+  EXPECT_TRUE([[[controller webPageOrFileField] stringValue] isEqualToString: address])
+    << [[[controller webPageOrFileField] stringValue] UTF8String];
+  // The title is the window's name without " - Chromium".
+  EXPECT_TRUE([[[controller subjectField] stringValue] isEqualToString: @"Loopback Docs Page"])
+    << [[[controller subjectField] stringValue] UTF8String];
+  // The user's clipboard now holds the address.
+  EXPECT_TRUE([[@"xclip -o -selection clipboard" runScript] isEqualToString: address]);
+}
+
+}  // namespace
