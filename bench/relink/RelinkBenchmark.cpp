@@ -3,6 +3,8 @@
 // quadrupled. Both versions must agree before anything is timed.
 #include <benchmark/benchmark.h>
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <map>
 #include <string>
@@ -70,6 +72,7 @@ BENCHMARK(literal)->Arg(1)->Iterations(1)->Unit(benchmark::kMillisecond)->UseRea
 // Keeps each run's time per iteration, to print the comparison at the end.
 class ComparingReporter : public benchmark::ConsoleReporter {
  public:
+  ComparingReporter() : ConsoleReporter(::isatty(STDOUT_FILENO) ? OO_Defaults : OO_None) {}
   void ReportRuns(const std::vector<Run>& runs) override {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) seconds_[run.benchmark_name()] = run.GetAdjustedRealTime() / 1e3;
