@@ -1,4 +1,5 @@
 #import "TolvoController.h"
+#import "GetURLEventSource.h"
 
 @implementation TolvoController
 
@@ -25,6 +26,7 @@
   RELEASE(webPageOrFileContents);
   RELEASE(recipients);
   [[NSNotificationCenter defaultCenter] removeObserver: self];
+  [[GetURLEventSource sharedSource] removeEventHandler: self];
   [super dealloc];
 }
 

@@ -34,6 +34,8 @@ enum {
              andSelector: (SEL) theSelector
            forEventClass: (uint32_t) theClass
               andEventID: (uint32_t) theID;
+// Forgets theHandler if it is the registered one (it is going away).
+- (void) removeEventHandler: (id) theHandler;
 // Delivers one URL to the handler as a get-URL event (kept until a handler
 // exists).
 - (void) deliverURL: (NSString *) theURL;

@@ -65,6 +65,15 @@
     [self deliverURL: [waiting objectAtIndex: i]];
 }
 
+- (void) removeEventHandler: (id) theHandler
+{
+  if (handler == theHandler)
+    {
+      handler = nil;
+      handlerSelector = NULL;
+    }
+}
+
 - (void) deliverURL: (NSString *) theURL
 {
   if (theURL == nil)
