@@ -14,40 +14,13 @@ import subprocess
 import sys
 import time
 
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from desktop import geometry_of, press, run, wait_for, xdo  # noqa: E402
+
 tolvo, source, shots = sys.argv[1], sys.argv[2], sys.argv[3]
 os.makedirs(shots, exist_ok=True)
 store = os.path.join(os.environ["HOME"], "outbox")
 ready = os.path.join(os.environ["HOME"], "port")
-
-
-def run(*args):
-    return subprocess.run(list(args), check=True, capture_output=True, text=True).stdout
-
-
-def xdo(*args):
-    return run("xdotool", *args)
-
-
-def wait_for(what, seconds, check):
-    deadline = time.time() + seconds
-    while time.time() < deadline:
-        value = check()
-        if value:
-            return value
-        time.sleep(0.2)
-    raise SystemExit("timed out waiting for " + what)
-
-
-def press(x, y):
-    # A quick click is missed by AppKit under a bare Xvfb, and so is a press
-    # that comes with no motion over the target before it.
-    xdo("mousemove", str(x - 10), str(y - 4))
-    time.sleep(0.3)
-    xdo("mousemove", str(x), str(y))
-    time.sleep(0.3)
-    xdo("mousedown", "1")
-    time.sleep(0.2)
-    xdo("mouseup", "1")
 
 
 server = subprocess.Popen(["/usr/bin/python3", os.path.join(source, "tools/outbox/smtp-server"),
@@ -64,12 +37,6 @@ try:
         run("defaults", "write", "Tolvo", key, value)
 
     app = subprocess.Popen([tolvo], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    def geometry_of(window):
-        fields = dict(line.strip().split(": ", 1) for line in xdo("getwindowgeometry", window).splitlines()[1:])
-        left, top = (int(v) for v in fields["Position"].split()[0].split(","))
-        width, height = (int(v) for v in fields["Geometry"].split("x"))
-        return left, top, width, height
-
     def main_window():
         # The menu is a window named "Tolvo" too; the main window is the big one.
         found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^Tolvo$"],

@@ -9,12 +9,11 @@ import subprocess
 import sys
 import time
 
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from desktop import geometry_of, press, xdo  # noqa: E402
+
 tolvo, shots = sys.argv[1], sys.argv[2]
 os.makedirs(shots, exist_ok=True)
-
-
-def xdo(*args):
-    return subprocess.run(["xdotool"] + list(args), check=True, capture_output=True, text=True).stdout
 
 
 app = subprocess.Popen([tolvo], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
@@ -34,24 +33,16 @@ try:
     menu = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^Tolvo$"],
                           capture_output=True, text=True).stdout.split()
     for window in menu:
-        fields = dict(l.strip().split(": ", 1) for l in xdo("getwindowgeometry", window).splitlines()[1:])
-        width, height = (int(v) for v in fields["Geometry"].split("x"))
+        x, y, width, height = geometry_of(window)
         if width < 400 and height > 100:  # not the main window, not the icon
-            left, top = (int(v) for v in fields["Position"].split()[0].split(","))
+            left, top = x, y
             break
     assert left is not None, "no menu window"
     subprocess.run(["import", "-window", "root", os.path.join(shots, "before-test-mail.png")], check=True)
     titles = ["Tolvo", "Edit", "Format", "Windows", "Preferences...", "Import Contacts...",
               "Open Console", "Send Test Email"]
     y = top + int((titles.index("Send Test Email") + 0.5) * 20)
-    # The menu follows the pointer only once it has moved over it.
-    xdo("mousemove", str(left + 30), str(y - 10))
-    time.sleep(0.3)
-    xdo("mousemove", str(left + 40), str(y))
-    time.sleep(0.3)
-    xdo("mousedown", "1")
-    time.sleep(0.2)
-    xdo("mouseup", "1")
+    press(left + 40, y)
     time.sleep(2.0)
     subprocess.run(["import", "-window", "root", os.path.join(shots, "after-test-mail.png")], check=True)
     assert app.poll() is None, "Tolvo ended: " + (app.stdout.read() if app.stdout else "")

@@ -17,6 +17,9 @@ import subprocess
 import sys
 import time
 
+sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+from desktop import geometry_of, press, run, wait_for, xdo  # noqa: E402
+
 tolvo, source, shots = sys.argv[1], sys.argv[2], sys.argv[3]
 os.makedirs(shots, exist_ok=True)
 store = os.path.join(os.environ["HOME"], "outbox")
@@ -35,39 +38,6 @@ PANEL_NAME_FIELD = (-150, 376)         # from the open panel's top-right / top
 PANEL_FILE_COLUMN_X = 283              # the browser's right-hand column
 PANEL_FIRST_ROW_Y = 104
 PANEL_ROW_PITCH = 15
-
-
-def run(*args):
-    return subprocess.run(list(args), check=True, capture_output=True, text=True).stdout
-
-
-def xdo(*args):
-    return run("xdotool", *args)
-
-
-def wait_for(what, seconds, check):
-    deadline = time.time() + seconds
-    while time.time() < deadline:
-        value = check()
-        if value:
-            return value
-        time.sleep(0.2)
-    raise SystemExit("timed out waiting for " + what)
-
-
-def press(x, y):
-    # A quick click is missed by AppKit under a bare Xvfb.
-    xdo("mousemove", str(x), str(y))
-    xdo("mousedown", "1")
-    time.sleep(0.2)
-    xdo("mouseup", "1")
-
-
-def geometry_of(window):
-    fields = dict(line.strip().split(": ", 1) for line in xdo("getwindowgeometry", window).splitlines()[1:])
-    left, top = (int(v) for v in fields["Position"].split()[0].split(","))
-    width, height = (int(v) for v in fields["Geometry"].split("x"))
-    return left, top, width, height
 
 
 def windows_named(name):

@@ -1,0 +1,46 @@
+"""Driving the real application under Xvfb as a person does: xdotool for
+the pointer and the keyboard, ImageMagick's import for screenshots.
+
+Under a bare Xvfb (no window manager) AppKit misses a quick click, and a
+press that comes with no motion over its target; press() moves, pauses,
+then presses and releases with a pause between."""
+import subprocess
+import time
+
+
+def run(*args):
+    return subprocess.run(list(args), check=True, capture_output=True, text=True).stdout
+
+
+def xdo(*args):
+    return run("xdotool", *args)
+
+
+def wait_for(what, seconds, check):
+    """The first true answer of check(), polled for up to `seconds`."""
+    deadline = time.time() + seconds
+    while time.time() < deadline:
+        value = check()
+        if value:
+            return value
+        time.sleep(0.2)
+    raise SystemExit("timed out waiting for " + what)
+
+
+def press(x, y):
+    xdo("mousemove", str(x - 10), str(y - 4))
+    time.sleep(0.3)
+    xdo("mousemove", str(x), str(y))
+    time.sleep(0.3)
+    xdo("mousedown", "1")
+    time.sleep(0.2)
+    xdo("mouseup", "1")
+
+
+def geometry_of(window):
+    """(left, top, width, height) of an X window; windows have no
+    decorations here, so the content starts at the frame's corner."""
+    fields = dict(line.strip().split(": ", 1) for line in xdo("getwindowgeometry", window).splitlines()[1:])
+    left, top = (int(v) for v in fields["Position"].split()[0].split(","))
+    width, height = (int(v) for v in fields["Geometry"].split("x"))
+    return left, top, width, height
