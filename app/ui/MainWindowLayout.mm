@@ -1,4 +1,5 @@
 #import "MainWindowLayout.h"
+#import "NSTextField+Label.h"
 #import "TolvoController.h"
 #import "LocalizedStrings.h"
 
@@ -14,7 +15,6 @@ static const CGFloat RowGap = 8;
 static const CGFloat SideButtonWidth = 128;
 
 @interface MainWindowLayout (Private)
-+ (NSTextField *) _labelWithText: (NSString *) theText frame: (NSRect) theFrame;
 + (NSTextField *) _fieldInRow: (int) theRow
                         label: (NSString *) theLabel
                   rightMargin: (CGFloat) theRightMargin
@@ -27,19 +27,6 @@ static const CGFloat SideButtonWidth = 128;
 
 @implementation MainWindowLayout (Private)
 
-+ (NSTextField *) _labelWithText: (NSString *) theText frame: (NSRect) theFrame
-{
-  NSTextField *aLabel = AUTORELEASE([[NSTextField alloc] initWithFrame: theFrame]);
-  [aLabel setStringValue: theText];
-  [aLabel setEditable: NO];
-  [aLabel setSelectable: NO];
-  [aLabel setBezeled: NO];
-  [aLabel setBordered: NO];
-  [aLabel setDrawsBackground: NO];
-  [aLabel setAlignment: NSRightTextAlignment];
-  return aLabel;
-}
-
 // Rows count from the top of the window, 0 first.
 + (NSTextField *) _fieldInRow: (int) theRow
                         label: (NSString *) theLabel
@@ -47,7 +34,7 @@ static const CGFloat SideButtonWidth = 128;
                        inView: (NSView *) theView
 {
   CGFloat y = WindowHeight - Margin - RowHeight - theRow * (RowHeight + RowGap);
-  NSTextField *aLabel = [self _labelWithText: theLabel
+  NSTextField *aLabel = [NSTextField labelWithText: theLabel
                                        frame: NSMakeRect(Margin, y + 2, LabelWidth, RowHeight - 4)];
   [aLabel setAutoresizingMask: NSViewMinYMargin];
   [theView addSubview: aLabel];
@@ -153,7 +140,7 @@ static const CGFloat SideButtonWidth = 128;
   [aSpinner setAutoresizingMask: NSViewMinXMargin | NSViewMaxYMargin];
   [content addSubview: aSpinner];
 
-  NSTextField *aStatus = [self _labelWithText: @""
+  NSTextField *aStatus = [NSTextField labelWithText: @""
                                         frame: NSMakeRect(Margin, Margin + 4,
                                                           WindowWidth - 2 * Margin - sendWidth
                                                           - spinnerWidth - 20, 20)];

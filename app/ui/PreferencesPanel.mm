@@ -1,4 +1,5 @@
 #import "PreferencesPanel.h"
+#import "NSTextField+Label.h"
 #import "MyCharacterFormatter.h"
 #import "TolvoController+Settings.h"
 
@@ -58,26 +59,12 @@ static CGFloat HeightOfRow(const PanelRow &theRow)
 
 @interface PreferencesPanel (Private)
 - (void) _layoutPanel;
-- (NSTextField *) _labelWithText: (NSString *) theText frame: (NSRect) theFrame;
 - (id) _controlForRow: (const PanelRow &) theRow frame: (NSRect) theFrame;
 - (NSString *) _keyOfControl: (id) theControl;
 - (void) _writeValueOfControl: (id) theControl;
 @end
 
 @implementation PreferencesPanel (Private)
-
-- (NSTextField *) _labelWithText: (NSString *) theText frame: (NSRect) theFrame
-{
-  NSTextField *aLabel = AUTORELEASE([[NSTextField alloc] initWithFrame: theFrame]);
-  [aLabel setStringValue: theText];
-  [aLabel setEditable: NO];
-  [aLabel setSelectable: NO];
-  [aLabel setBezeled: NO];
-  [aLabel setBordered: NO];
-  [aLabel setDrawsBackground: NO];
-  [aLabel setAlignment: NSRightTextAlignment];
-  return aLabel;
-}
 
 - (id) _controlForRow: (const PanelRow &) theRow frame: (NSRect) theFrame
 {
@@ -148,7 +135,7 @@ static CGFloat HeightOfRow(const PanelRow &theRow)
       NSString *aTitle = [NSString stringWithUTF8String: aRow.label];
       if (aRow.kind == RowHeading)
         {
-          NSTextField *aHeading = [self _labelWithText: aTitle
+          NSTextField *aHeading = [NSTextField labelWithText: aTitle
                                                  frame: NSMakeRect(Margin, top, PanelWidth - 2 * Margin,
                                                                    HeadingHeight)];
           [aHeading setAlignment: NSLeftTextAlignment];
@@ -158,7 +145,7 @@ static CGFloat HeightOfRow(const PanelRow &theRow)
         }
       CGFloat y = top + RowGap;
       if (aRow.kind != RowSwitch)
-        [content addSubview: [self _labelWithText: aTitle
+        [content addSubview: [NSTextField labelWithText: aTitle
                                             frame: NSMakeRect(Margin, y + 2, LabelWidth,
                                                               RowHeight - 4)]];
       id aControl = [self _controlForRow: aRow
