@@ -8,6 +8,9 @@
 #import <Pantomime/CWDNSManager.h>
 #import <Pantomime/CWSMTP.h>
 #import <Pantomime/CWTCPConnection.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 
 // How long a session may go without any word from the library before it is
 // ended as timed out: an unresolvable name, a server that never answers or
@@ -112,6 +115,12 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
                                           TolvoLocalizedCString("Connected to the %@ server."),
                                         [_controller getServer]]];
       CWTCPConnection *aConnection = (CWTCPConnection *)[_smtp connection];
+      // Each short write leaves at once. With Nagle's algorithm (RFC 896) a
+      // short TLS record written while the previous one is unacknowledged
+      // waits for the server's delayed ACK, about 40 ms on Linux: twice in
+      // every STARTTLS session (after the handshake, and during DATA).
+      int noDelay = 1;
+      setsockopt([aConnection fd], IPPROTO_TCP, TCP_NODELAY, &noDelay, sizeof(noDelay));
       BOOL implicitTLS = [_controller getPort] == TolvoImplicitTLSPort;
       if ([_controller useSSL] && ([aConnection isSSL] || implicitTLS))
         {
