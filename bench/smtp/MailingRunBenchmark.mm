@@ -1,0 +1,377 @@
+// One mailing run of 1,000 Persons with a 100 KB page and a typed HTML
+// message, through the real TolvoController, the real SMTP class and
+// Pantomime, against Python's smtplib sending the same 1,000 messages, one
+// connection per message, in the same run:
+//
+//   1. in clear, to Postfix's smtp-sink on loopback;
+//   2. with STARTTLS and AUTH LOGIN, to the aiosmtpd test server
+//      (tools/outbox/smtp-server).
+//
+// Prints messages per second, the resident memory before the run, after 100
+// messages and after 1,000, what the message bytes hold (lines over 998
+// bytes), and one verdict per target. It runs itself under
+// tests/support/fresh-home (and xvfb-run when there is no display), so it
+// never touches the user's preferences, address book or activity log.
+//
+//   bench_mailing_run [--persons N] [--no-tls] [--tls-only]
+#import <AppKit/AppKit.h>
+#import "BenchMailing.h"
+#import "BenchProcess.h"
+#include "BenchPage.h"
+
+#include <limits.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+#include <string>
+#include <vector>
+
+static NSString *const BenchPython = @"/usr/bin/python3";
+static const NSTimeInterval BenchRunSeconds = 900;
+// Targets: at least the baseline's rate; under 10 MB more memory after the
+// last message than after the 100th.
+static const double BenchGrowthLimitMB = 10.0;
+
+struct Options {
+  unsigned long persons = 1000;
+  bool plain = true;
+  bool tls = true;
+};
+
+struct Baseline {
+  bool ok = false;
+  unsigned long sent = 0;
+  unsigned long failed = 0;
+  double seconds = 0;
+  std::string error;
+};
+
+// Runs this program again under fresh-home (and xvfb-run without a
+// display); returns only in the isolated child.
+static void runIsolated(int argc, char **argv)
+{
+  if (getenv("TOLVO_BENCH_ISOLATED") != NULL)
+    return;
+  setenv("TOLVO_BENCH_ISOLATED", "1", 1);
+  char self[PATH_MAX];
+  ssize_t aLength = readlink("/proc/self/exe", self, sizeof(self) - 1);
+  if (aLength <= 0)
+    {
+      perror("bench_mailing_run: /proc/self/exe");
+      exit(1);
+    }
+  self[aLength] = '\0';
+  std::string freshHome = std::string(TOLVO_SOURCE_DIR) + "/tests/support/fresh-home";
+  std::vector<char *> args;
+  if (getenv("DISPLAY") == NULL || *getenv("DISPLAY") == '\0')
+    {
+      args.push_back((char *)"xvfb-run");
+      args.push_back((char *)"-a");
+    }
+  args.push_back((char *)freshHome.c_str());
+  args.push_back(self);
+  for (int i = 1; i < argc; i++)
+    args.push_back(argv[i]);
+  args.push_back(NULL);
+  execvp(args[0], args.data());
+  perror("bench_mailing_run: cannot run isolated");
+  exit(1);
+}
+
+static Options parseOptions(int argc, char **argv)
+{
+  Options options;
+  for (int i = 1; i < argc; i++)
+    {
+      if (strcmp(argv[i], "--persons") == 0 && i + 1 < argc)
+        options.persons = strtoul(argv[++i], NULL, 10);
+      else if (strcmp(argv[i], "--no-tls") == 0)
+        options.tls = false;
+      else if (strcmp(argv[i], "--tls-only") == 0)
+        options.plain = false;
+      else
+        {
+          fprintf(stderr, "usage: bench_mailing_run [--persons N] [--no-tls] [--tls-only]\n");
+          exit(2);
+        }
+    }
+  if (options.persons < 100)
+    options.persons = 100;
+  return options;
+}
+
+static NSString *sourcePath(NSString *theRelativePath)
+{
+  return [[NSString stringWithUTF8String: TOLVO_SOURCE_DIR] stringByAppendingPathComponent: theRelativePath];
+}
+
+static NSString *makeFolder(NSString *thePath)
+{
+  [[NSFileManager defaultManager] createDirectoryAtPath: thePath
+                            withIntermediateDirectories: YES
+                                             attributes: [NSDictionary dictionaryWithObject:
+                                                           [NSNumber numberWithShort: 0777]
+                                                                                     forKey: NSFilePosixPermissions]
+                                                  error: NULL];
+  return thePath;
+}
+
+static id JSONLine(NSString *theText)
+{
+  NSArray *lines = [[theText stringByTrimmingCharactersInSet:
+                               [NSCharacterSet whitespaceAndNewlineCharacterSet]]
+                     componentsSeparatedByString: @"\n"];
+  NSData *aData = [[lines lastObject] dataUsingEncoding: NSUTF8StringEncoding];
+  if (aData == nil)
+    return nil;
+  return [NSJSONSerialization JSONObjectWithData: aData options: 0 error: NULL];
+}
+
+// smtp-sink on a free loopback port, capturing every message into theDump
+// (on tmpfs, so that both runs pay the same small cost for it).
+static BenchProcess *startSink(NSString *theDump, NSString *theOutput, int *thePort)
+{
+  *thePort = BenchFreeLoopbackPort();
+  NSMutableArray *args = [NSMutableArray arrayWithObjects: @"-4", @"-c",
+    @"-d", [theDump stringByAppendingPathComponent: @"m."], nil];
+  // It must give up root once it listens.
+  if (getuid() == 0)
+    [args addObjectsFromArray: [NSArray arrayWithObjects: @"-u", @"nobody", nil]];
+  [args addObject: [NSString stringWithFormat: @"127.0.0.1:%d", *thePort]];
+  [args addObject: @"256"];
+  BenchProcess *aSink = [BenchProcess launch: @"/usr/sbin/smtp-sink" arguments: args output: theOutput];
+  if (aSink == nil || ![aSink waitForPort: *thePort within: 10])
+    {
+      fprintf(stderr, "bench_mailing_run: smtp-sink did not listen: %s\n", [[aSink output] UTF8String]);
+      return nil;
+    }
+  return aSink;
+}
+
+// The message count of smtp-sink's last counter line (its -c option).
+static unsigned long sinkMessages(BenchProcess *theSink)
+{
+  NSString *anOutput = [theSink output];
+  NSRange aRange = [anOutput rangeOfString: @"mesg=" options: NSBackwardsSearch];
+  if (aRange.location == NSNotFound)
+    return 0;
+  return (unsigned long)[[anOutput substringFromIndex: NSMaxRange(aRange)] intValue];
+}
+
+static Baseline runBaseline(NSArray *theArguments)
+{
+  Baseline baseline;
+  NSMutableArray *args = [NSMutableArray arrayWithObjects: sourcePath(@"bench/smtp/smtplib-baseline"), @"send", nil];
+  [args addObjectsFromArray: theArguments];
+  NSDictionary *aResult = JSONLine(BenchRunToEnd(BenchPython, args, BenchRunSeconds));
+  if (![aResult isKindOfClass: [NSDictionary class]])
+    return baseline;
+  baseline.ok = true;
+  baseline.sent = [[aResult objectForKey: @"sent"] unsignedLongValue];
+  baseline.failed = [[aResult objectForKey: @"failed"] unsignedLongValue];
+  baseline.seconds = [[aResult objectForKey: @"seconds"] doubleValue];
+  id anError = [aResult objectForKey: @"error"];
+  if ([anError isKindOfClass: [NSString class]])
+    baseline.error = [anError UTF8String];
+  return baseline;
+}
+
+static void printRun(const char *theLabel, const MailingFigures &theFigures, unsigned long thePersons)
+{
+  printf("%-9s Tolvo run           : %lu of %lu messages accepted in %.2f s = %.1f messages/s%s\n",
+         theLabel, theFigures.sent, thePersons, theFigures.seconds,
+         theFigures.sent / theFigures.seconds,
+         theFigures.completed ? "" : theFigures.stalled ? " (RUN STALLED)" : " (RUN DID NOT COMPLETE)");
+  printf("%-9s memory before run   : %.1f MB (VmRSS)\n", theLabel, theFigures.residentBefore / 1024.0);
+  printf("%-9s memory after 100    : %.1f MB (VmRSS)\n", theLabel, theFigures.residentAt100 / 1024.0);
+  printf("%-9s memory after %-6lu : %.1f MB (VmRSS)\n", theLabel, theFigures.sent, theFigures.residentAfter / 1024.0);
+  printf("%-9s growth 100 -> %-5lu : %.1f MB\n", theLabel, theFigures.sent,
+         (theFigures.residentAfter - theFigures.residentAt100) / 1024.0);
+  if (!theFigures.completed)
+    printf("%-9s last status line    : %s\n", theLabel, theFigures.lastStatus.c_str());
+  if (theFigures.exceptions > 0)
+    printf("%-9s exceptions          : %lu out of the run loop, the first: %s\n", theLabel,
+           theFigures.exceptions, theFigures.firstException.c_str());
+}
+
+static void printBaseline(const char *theLabel, const Baseline &theBaseline, unsigned long thePersons)
+{
+  if (!theBaseline.ok)
+    {
+      printf("%-9s smtplib baseline    : FAILED to run\n", theLabel);
+      return;
+    }
+  printf("%-9s smtplib baseline    : %lu of %lu messages accepted in %.2f s = %.1f messages/s%s%s\n",
+         theLabel, theBaseline.sent, thePersons, theBaseline.seconds,
+         theBaseline.sent / theBaseline.seconds,
+         theBaseline.failed ? " (failures: " : "", theBaseline.failed ? (theBaseline.error + ")").c_str() : "");
+}
+
+struct Verdicts {
+  std::vector<std::string> lines;
+  void rate(const char *theLabel, const MailingFigures &theRun, const Baseline &theBaseline)
+  {
+    double tolvo = theRun.completed ? theRun.sent / theRun.seconds : 0;
+    double python = theBaseline.ok && theBaseline.sent ? theBaseline.sent / theBaseline.seconds : 0;
+    char aLine[256];
+    snprintf(aLine, sizeof(aLine), "verdict %-9s rate   : %s (Tolvo %.1f messages/s, smtplib %.1f messages/s, %.0f%%)",
+             theLabel, tolvo >= python && python > 0 ? "met" : "not met", tolvo, python,
+             python > 0 ? 100.0 * tolvo / python : 0.0);
+    lines.push_back(aLine);
+  }
+  void memory(const char *theLabel, const MailingFigures &theRun)
+  {
+    double growth = (theRun.residentAfter - theRun.residentAt100) / 1024.0;
+    char aLine[256];
+    snprintf(aLine, sizeof(aLine), "verdict %-9s memory : %s (%.1f MB growth from message 100 to the last, limit %.0f MB)",
+             theLabel, theRun.completed && growth < BenchGrowthLimitMB ? "met" : "not met",
+             growth, BenchGrowthLimitMB);
+    lines.push_back(aLine);
+  }
+};
+
+int main(int argc, char **argv)
+{
+  runIsolated(argc, argv);
+  Options options = parseOptions(argc, argv);
+  setvbuf(stdout, NULL, _IOLBF, 0);
+
+  NSAutoreleasePool *pool = [NSAutoreleasePool new];
+  [[NSProcessInfo processInfo] setProcessName: @"Tolvo"];
+  [NSApplication sharedApplication];
+
+  NSString *aShm = [[NSFileManager defaultManager] fileExistsAtPath: @"/dev/shm"] ? @"/dev/shm" : NSTemporaryDirectory();
+  NSString *work = makeFolder([aShm stringByAppendingPathComponent:
+    [NSString stringWithFormat: @"tolvo-bench-%d", (int)getpid()]]);
+  NSString *tolvoDump = makeFolder([work stringByAppendingPathComponent: @"tolvo"]);
+  NSString *baselineDump = makeFolder([work stringByAppendingPathComponent: @"smtplib"]);
+  NSString *aPid = [NSString stringWithFormat: @"%d", (int)getpid()];
+
+  // The page, behind a loopback web server: Send fetches and relinks it as
+  // it does any typed web page address.
+  std::string aPage = tolvo::bench::cataloguePage();
+  NSString *aPagePath = [work stringByAppendingPathComponent: @"catalogue.html"];
+  [[NSData dataWithBytes: aPage.data() length: aPage.size()] writeToFile: aPagePath atomically: NO];
+  NSString *aReady = [work stringByAppendingPathComponent: @"page.port"];
+  BenchProcess *aPageServer = [BenchProcess launch: BenchPython
+    arguments: [NSArray arrayWithObjects: sourcePath(@"bench/smtp/serve-page"), aPagePath,
+                        @"--ready-file", aReady, @"--watch-pid", aPid, nil]
+       output: [work stringByAppendingPathComponent: @"page.log"]];
+  int aPagePort = [aPageServer portFromFile: aReady within: 10];
+  if (aPagePort == 0)
+    {
+      fprintf(stderr, "bench_mailing_run: the page server did not start: %s\n", [[aPageServer output] UTF8String]);
+      return 1;
+    }
+  NSString *aPageAddress = [NSString stringWithFormat: @"http://127.0.0.1:%d/spring/catalogue.html", aPagePort];
+
+  BenchMailing *tolvo = [[BenchMailing alloc] init];
+  printf("bench_mailing_run: %lu Persons, page %zu bytes, typed message as HTML (selectedContentType 0), "
+         "one SMTP connection per message\n", options.persons, aPage.size());
+  Verdicts verdicts;
+
+  if (options.plain)
+    {
+      int aPort = 0;
+      BenchProcess *aSink = startSink(tolvoDump, [work stringByAppendingPathComponent: @"sink-tolvo.log"], &aPort);
+      if (aSink == nil)
+        return 1;
+      [tolvo setPreference: @"serverAddress" value: @"127.0.0.1"];
+      [tolvo setPreference: @"serverPort" value: [NSNumber numberWithInt: aPort]];
+      [tolvo setPreference: @"useSSL" value: [NSNumber numberWithBool: NO]];
+      [tolvo setPreference: @"selectedAuthentication" value: [NSNumber numberWithInt: 0]];
+      MailingFigures aRun = [tolvo mailPersons: options.persons pageAddress: aPageAddress within: BenchRunSeconds];
+      usleep(300000);
+      unsigned long sunk = sinkMessages(aSink);
+      [aSink stop];
+
+      aSink = startSink(baselineDump, [work stringByAppendingPathComponent: @"sink-smtplib.log"], &aPort);
+      if (aSink == nil)
+        return 1;
+      Baseline aBaseline = runBaseline([NSArray arrayWithObjects: tolvoDump,
+        @"--port", [NSString stringWithFormat: @"%d", aPort], nil]);
+      usleep(300000);
+      unsigned long sunkBaseline = sinkMessages(aSink);
+      [aSink stop];
+
+      printRun("plain", aRun, options.persons);
+      printBaseline("plain", aBaseline, options.persons);
+      printf("plain     smtp-sink counted     : %lu messages from Tolvo, %lu from smtplib\n", sunk, sunkBaseline);
+      NSDictionary *aSummary = JSONLine(BenchRunToEnd(BenchPython, [NSArray arrayWithObjects:
+        sourcePath(@"bench/smtp/smtplib-baseline"), @"summary", tolvoDump, baselineDump, nil], 120));
+      if (aSummary != nil)
+        {
+          printf("message   size (average)        : %ld bytes\n", [[aSummary objectForKey: @"average_bytes"] longValue]);
+          printf("message   longest line          : %ld bytes (RFC 5322 2.1.1 limit: 998)\n",
+                 [[aSummary objectForKey: @"longest_line"] longValue]);
+          printf("message   lines over 998 bytes  : %ld lines in %ld of %ld messages; smtp-sink accepted all %lu\n",
+                 [[aSummary objectForKey: @"lines_over_998"] longValue],
+                 [[aSummary objectForKey: @"messages_with_lines_over_998"] longValue],
+                 [[aSummary objectForKey: @"count"] longValue], sunk);
+          printf("message   same bytes sent       : %s (Tolvo's captured messages vs smtplib's, byte for byte)\n",
+                 [[aSummary objectForKey: @"same_bytes"] boolValue] ? "yes" : "NO");
+        }
+      verdicts.rate("plain", aRun, aBaseline);
+      verdicts.memory("plain", aRun);
+    }
+
+  if (options.tls)
+    {
+      NSString *aCertificates = makeFolder([work stringByAppendingPathComponent: @"certificates"]);
+      if (BenchRunToEnd(sourcePath(@"tools/outbox/make-test-certificates"),
+                        [NSArray arrayWithObject: aCertificates], 60) == nil)
+        return 1;
+      NSString *aCA = [aCertificates stringByAppendingPathComponent: @"ca.pem"];
+      NSString *aReadyFile = [work stringByAppendingPathComponent: @"smtp-server.port"];
+      // Lines over 998 bytes would be refused by aiosmtpd's default limit
+      // (1001 with CRLF); this run measures speed, so the limit is lifted.
+      BenchProcess *aServer = [BenchProcess launch: BenchPython
+        arguments: [NSArray arrayWithObjects: sourcePath(@"tools/outbox/smtp-server"),
+                     @"--port", @"0", @"--ready-file", aReadyFile, @"--watch-pid", aPid,
+                     @"--max-seconds", @"1800",
+                     @"--starttls", @"--auth-over-tls-only",
+                     @"--cert", [aCertificates stringByAppendingPathComponent: @"localhost.pem"],
+                     @"--key", [aCertificates stringByAppendingPathComponent: @"localhost.key"],
+                     @"--user", @"bench", @"--password", @"secret",
+                     @"--max-line-length", @"10000000", nil]
+           output: [work stringByAppendingPathComponent: @"smtp-server.log"]];
+      int aPort = [aServer portFromFile: aReadyFile within: 10];
+      if (aPort == 0)
+        {
+          fprintf(stderr, "bench_mailing_run: smtp-server did not start: %s\n", [[aServer output] UTF8String]);
+          return 1;
+        }
+      [tolvo setPreference: @"serverAddress" value: @"localhost"];
+      [tolvo setPreference: @"serverPort" value: [NSNumber numberWithInt: aPort]];
+      [tolvo setPreference: @"useSSL" value: [NSNumber numberWithBool: YES]];
+      [tolvo setPreference: @"tlsCAFile" value: aCA];
+      [tolvo setPreference: @"selectedAuthentication" value: [NSNumber numberWithInt: 2]];
+      [tolvo setPreference: @"loginUsername" value: @"bench"];
+      [tolvo setPreference: @"loginPassword" value: @"secret"];
+      MailingFigures aRun = [tolvo mailPersons: options.persons pageAddress: aPageAddress within: BenchRunSeconds];
+
+      // smtplib sends the messages captured in the plain run; without
+      // them, it needs that run first.
+      Baseline aBaseline;
+      if (options.plain)
+        aBaseline = runBaseline([NSArray arrayWithObjects: tolvoDump,
+          @"--port", [NSString stringWithFormat: @"%d", aPort],
+          @"--starttls", @"--cafile", aCA, @"--user", @"bench", @"--password", @"secret", nil]);
+      [aServer stop];
+
+      printRun("tls+auth", aRun, options.persons);
+      printBaseline("tls+auth", aBaseline, options.persons);
+      verdicts.rate("tls+auth", aRun, aBaseline);
+      verdicts.memory("tls+auth", aRun);
+    }
+
+  for (const std::string &aLine : verdicts.lines)
+    printf("%s\n", aLine.c_str());
+
+  [aPageServer stop];
+  RELEASE(tolvo);
+  [[NSFileManager defaultManager] removeFileAtPath: work handler: nil];
+  [pool release];
+  return 0;
+}
