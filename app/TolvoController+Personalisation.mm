@@ -25,6 +25,10 @@ static NSString *const TolvoTagOrder[] = {
     @"getSubject", @"{subject}",
     nil];
 
+  // A page of a run is personalised for every message, and most pages hold
+  // no tag at all: a plain search of a lower-cased copy tells whether a
+  // tag is there before the slower case-insensitive replacement runs.
+  NSString *lowered = [aString lowercaseString];
   for (size_t i = 0; i < sizeof(TolvoTagOrder) / sizeof(TolvoTagOrder[0]); i++)
     {
       NSString *aTag = TolvoTagOrder[i];
@@ -32,10 +36,13 @@ static NSString *const TolvoTagOrder[] = {
       NSString *aValue = [self performSelector: aGetter];
       if (aValue == nil)
         continue;
+      if ([lowered rangeOfString: [aTag lowercaseString]].location == NSNotFound)
+        continue;
       [aString replaceOccurrencesOfString: aTag
                                withString: aValue
                                   options: NSCaseInsensitiveSearch
                                     range: NSMakeRange(0, [aString length])];
+      lowered = [aString lowercaseString];
     }
   return aString;
 }

@@ -23,10 +23,11 @@ static const int TolvoImplicitTLSPort = 465;
 static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5" };
 
 @interface SMTP (SessionPrivate)
-- (void) _restartWatchdog;
+- (void) _noteActivity;
 - (void) _watchdogFired: (NSTimer *) theTimer;
 - (void) _refuseSession: (NSString *) theReason;
 - (BOOL) _credentialsFitMechanism: (int) theMechanism;
+- (BOOL) _nextMemberStarted: (BOOL *) theInterruption;
 @end
 
 @implementation SMTP (Session)
@@ -43,24 +44,26 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
   [_smtp setConnectionTimeout: aBound];
   [_smtp setReadTimeout: aBound];
   [_smtp setWriteTimeout: aBound];
-  [self _restartWatchdog];
+  [self _noteActivity];
 }
 
 @end
 
 @implementation SMTP (SessionPrivate)
 
-- (void) _restartWatchdog
+// Every callback and every chunk read or written counts as activity, so a
+// large message on a slow link is not mistaken for a silent server.
+- (void) _noteActivity
 {
-  [watchdog invalidate];
-  DESTROY(watchdog);
-  if (sessionEnded)
+  lastActivity = [NSDate timeIntervalSinceReferenceDate];
+  if (watchdog != nil || sessionEnded)
     return;
-  watchdog = RETAIN([NSTimer timerWithTimeInterval: TolvoSessionTimeout
+  NSTimeInterval aPeriod = TolvoSessionTimeout / 4 < 1.0 ? TolvoSessionTimeout / 4 : 1.0;
+  watchdog = RETAIN([NSTimer timerWithTimeInterval: aPeriod
                                             target: self
                                           selector: @selector(_watchdogFired:)
                                           userInfo: nil
-                                           repeats: NO]);
+                                           repeats: YES]);
   NSRunLoop *aLoop = [NSRunLoop currentRunLoop];
   [aLoop addTimer: watchdog forMode: NSDefaultRunLoopMode];
   [aLoop addTimer: watchdog forMode: NSEventTrackingRunLoopMode];
@@ -69,6 +72,9 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
 
 - (void) _watchdogFired: (NSTimer *) theTimer
 {
+  if ([NSDate timeIntervalSinceReferenceDate] - lastActivity < TolvoSessionTimeout)
+    return;
+  [watchdog invalidate];
   DESTROY(watchdog);
   if (_smtp == nil || sessionEnded)
     return;
@@ -102,13 +108,44 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
     && [[_controller getPassword] canBeConvertedToEncoding: NSASCIIStringEncoding];
 }
 
+// Asks the controller for the next Person. Should the window's machinery
+// raise on the way (the desktop's pasteboard server going away, say), the
+// run stops where it is, with the reason on the status line, instead of
+// hanging with its button reading "Stop".
+- (BOOL) _nextMemberStarted: (BOOL *) theInterruption
+{
+  *theInterruption = NO;
+  @try
+    {
+      return [_controller sendMember];
+    }
+  @catch (NSException *anException)
+    {
+      [_controller statusMsg: [NSString stringWithFormat: TolvoLocalizedCString("Error (%@): %@"),
+                                        [anException name], [anException reason]]];
+      [_controller abort];
+      *theInterruption = YES;
+    }
+  return NO;
+}
+
 @end
 
 @implementation SMTP (Callbacks)
 
+- (void) service: (CWService *) theService sentData: (NSData *) theData
+{
+  [self _noteActivity];
+}
+
+- (void) service: (CWService *) theService receivedData: (NSData *) theData
+{
+  [self _noteActivity];
+}
+
 - (void) connectionEstablished: (NSNotification *) theNotification
 {
-  [self _restartWatchdog];
+  [self _noteActivity];
   @try
     {
       [_controller statusMsg: [NSString stringWithFormat:
@@ -140,7 +177,7 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
 
 - (void) serviceInitialized: (NSNotification *) theNotification
 {
-  [self _restartWatchdog];
+  [self _noteActivity];
   @try
     {
       CWTCPConnection *aConnection = (CWTCPConnection *)[_smtp connection];
@@ -202,7 +239,7 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
 
 - (void) authenticationCompleted: (NSNotification *) theNotification
 {
-  [self _restartWatchdog];
+  [self _noteActivity];
   @try
     {
       [_controller statusMsg: TolvoLocalizedCString("Authentication completed. Sending the message.")];
@@ -216,7 +253,7 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
 
 - (void) authenticationFailed: (NSNotification *) theNotification
 {
-  [self _restartWatchdog];
+  [self _noteActivity];
   @try
     {
       [_controller statusMsg: TolvoLocalizedCString("Authentication failed. Closing the connection.")];
@@ -230,7 +267,7 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
 
 - (void) messageSent: (NSNotification *) theNotification
 {
-  [self _restartWatchdog];
+  [self _noteActivity];
   @try
     {
       [_controller addRecipient: [_controller getTo]];
@@ -246,7 +283,7 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
 
 - (void) messageNotSent: (NSNotification *) theNotification
 {
-  [self _restartWatchdog];
+  [self _noteActivity];
   NSBeep();
   succeeded = NO;
   NSData *aResponse = [_smtp lastResponse];
@@ -264,7 +301,7 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
 // library gives up on this message. Nothing went out; the run stops.
 - (void) transactionInitiationFailed: (NSNotification *) theNotification
 {
-  [self _restartWatchdog];
+  [self _noteActivity];
   if ([_controller useSSL] && ![(CWTCPConnection *)[_smtp connection] isSSL])
     {
       [self _refuseSession: [NSString stringWithFormat:
@@ -278,7 +315,7 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
 
 - (void) recipientIdentificationFailed: (NSNotification *) theNotification
 {
-  [self _restartWatchdog];
+  [self _noteActivity];
   [self messageNotSent: theNotification];
   [_smtp close];
 }
@@ -316,7 +353,8 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
   // Nobody refers to this object once its session has ended.
   AUTORELEASE(self);
 
-  if ([_controller sendMember])
+  BOOL interrupted = NO;
+  if ([self _nextMemberStarted: &interrupted] || interrupted)
     return;
   if ([_controller getPeople] == nil)
     [[_controller getSpinner] stopAnimation: self];

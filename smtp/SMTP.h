@@ -21,6 +21,7 @@
   BOOL tlsRequested;                  // STARTTLS was asked for in this session
   BOOL sessionEnded;                  // connectionTerminated: has run
   NSTimer *watchdog;                  // ends a session that the library left waiting
+  NSTimeInterval lastActivity;        // when the library last did or heard anything
 }
 
 // Builds the message for the recipient in the controller's fields and
