@@ -61,11 +61,18 @@ NSString *TolvoServerCertificateProblem(id theConnection, NSString *theHost)
   if (gnutls_x509_trust_list_init(&aTrust, 0) < 0)
     return @"no trust list";
   gnutls_x509_trust_list_add_system_trust(aTrust, 0, 0);
-  [[NSUserDefaults standardUserDefaults] synchronize];
-  NSString *anExtraCA = [[NSUserDefaults standardUserDefaults] stringForKey: TolvoTLSCAFileKey];
-  if ([anExtraCA length] > 0)
-    gnutls_x509_trust_list_add_trust_file(aTrust, [anExtraCA fileSystemRepresentation], NULL,
-                                          GNUTLS_X509_FMT_PEM, 0, 0);
+  // The authority named for Tolvo, and the one named for gnustep-base's
+  // own TLS (which page downloads use), are both trusted.
+  NSUserDefaults *aStore = [NSUserDefaults standardUserDefaults];
+  [aStore synchronize];
+  NSString *extraAuthorities[] = { [aStore stringForKey: TolvoTLSCAFileKey],
+                                   [aStore stringForKey: GSTLSCAFile] };
+  for (int i = 0; i < 2; i++)
+    {
+      if ([extraAuthorities[i] length] > 0)
+        gnutls_x509_trust_list_add_trust_file(aTrust, [extraAuthorities[i] fileSystemRepresentation],
+                                              NULL, GNUTLS_X509_FMT_PEM, 0, 0);
+    }
 
   gnutls_x509_crt_t *chain = (gnutls_x509_crt_t *)calloc(count, sizeof(gnutls_x509_crt_t));
   unsigned int imported = 0;
