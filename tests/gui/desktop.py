@@ -44,3 +44,34 @@ def geometry_of(window):
     left, top = (int(v) for v in fields["Position"].split()[0].split(","))
     width, height = (int(v) for v in fields["Geometry"].split("x"))
     return left, top, width, height
+
+
+def start_test_server(source, store, seconds):
+    """The project's loopback SMTP server, keeping every message it accepts
+    as an .eml file in `store`; answers (process, port). It stops by itself
+    after `seconds`."""
+    ready = store + ".port"
+    server = subprocess.Popen(["/usr/bin/python3", source + "/tools/outbox/smtp-server",
+                               "--port", "0", "--ready-file", ready, "--store", store,
+                               "--max-seconds", str(seconds)],
+                              stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    port = wait_for("the test server", 15,
+                    lambda: _read(ready))
+    return server, port
+
+
+def configure_sender_and_server(port):
+    """The preferences a first Send needs, as the README shows them:
+    `defaults write Tolvo KEY VALUE`."""
+    for key, value in [("serverAddress", "127.0.0.1"), ("serverPort", port),
+                       ("senderEmail", "mia@example.com"), ("senderName", "Mia Sender"),
+                       ("selectedContentType", "1")]:
+        run("defaults", "write", "Tolvo", key, value)
+
+
+def _read(path):
+    try:
+        with open(path) as f:
+            return f.read().strip()
+    except OSError:
+        return None

@@ -18,12 +18,11 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-from desktop import geometry_of, press, run, wait_for, xdo  # noqa: E402
+from desktop import configure_sender_and_server, geometry_of, press, run, start_test_server, wait_for, xdo  # noqa: E402
 
 tolvo, source, shots = sys.argv[1], sys.argv[2], sys.argv[3]
 os.makedirs(shots, exist_ok=True)
 store = os.path.join(os.environ["HOME"], "outbox")
-ready = os.path.join(os.environ["HOME"], "port")
 folder = os.path.join(os.environ["HOME"], "Mailing")
 
 # Geometry of the windows as laid out in code (app/ui/MainWindowLayout.mm,
@@ -145,18 +144,10 @@ for name, data in contents.items():
     with open(os.path.join(folder, name), "wb") as f:
         f.write(data)
 
-server = subprocess.Popen(["/usr/bin/python3", os.path.join(source, "tools/outbox/smtp-server"),
-                           "--port", "0", "--ready-file", ready, "--store", store,
-                           "--max-seconds", "170"],
-                          stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+server, port = start_test_server(source, store, 170)
 app = None
 try:
-    port = wait_for("the server", 15, lambda: os.path.exists(ready) and open(ready).read().strip())
-    # As the README shows: `defaults write Tolvo KEY VALUE`.
-    for key, value in [("serverAddress", "127.0.0.1"), ("serverPort", port),
-                       ("senderEmail", "mia@example.com"), ("senderName", "Mia Sender"),
-                       ("selectedContentType", "1")]:
-        run("defaults", "write", "Tolvo", key, value)
+    configure_sender_and_server(port)
 
     app = subprocess.Popen([tolvo], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     left, top, width, height = wait_for("the main window", 30, main_window)

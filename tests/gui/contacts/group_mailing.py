@@ -18,13 +18,12 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-from desktop import geometry_of, press, run, wait_for, xdo  # noqa: E402
+from desktop import configure_sender_and_server, geometry_of, press, run, start_test_server, wait_for, xdo  # noqa: E402
 
 tolvo, source, shots = sys.argv[1], sys.argv[2], sys.argv[3]
 os.makedirs(shots, exist_ok=True)
 home = os.environ["HOME"]
 store = os.path.join(home, "outbox")
-ready = os.path.join(home, "port")
 log_path = os.path.join(home, "GNUstep/Library/ApplicationSupport/Sorvane Software/Tolvo/Tolvo.log")
 
 PEOPLE = [("Ann", "Archer", "ann@work.example"), ("Bo", "Berg", "bo@example.org"),
@@ -63,17 +62,10 @@ def received():
     return sorted(glob.glob(os.path.join(store, "*.eml")))
 
 
-server = subprocess.Popen(["/usr/bin/python3", os.path.join(source, "tools/outbox/smtp-server"),
-                           "--port", "0", "--ready-file", ready, "--store", store,
-                           "--max-seconds", "230"],
-                          stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+server, port = start_test_server(source, store, 230)
 app = None
 try:
-    port = wait_for("the server", 15, lambda: os.path.exists(ready) and open(ready).read().strip())
-    for key, value in [("serverAddress", "127.0.0.1"), ("serverPort", port),
-                       ("senderEmail", "mia@example.com"), ("senderName", "Mia Sender"),
-                       ("selectedContentType", "1")]:
-        run("defaults", "write", "Tolvo", key, value)
+    configure_sender_and_server(port)
     vcf = os.path.join(home, "Team Five.vcf")
     with open(vcf, "w", newline="") as f:
         f.write(CARDS)
