@@ -48,4 +48,7 @@ class MailingTest : public ::testing::Test {
   TolvoController *controller = nil;
   TestSMTPServer *server = nil;
   RecordingProgressIndicator *indicator = nil;
+  // Lines the log held before this test began (several tests may share one
+  // process, and so one log); statusLines() leaves them out.
+  size_t linesBefore = 0;
 };
