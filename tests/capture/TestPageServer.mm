@@ -54,7 +54,6 @@ static NSString *const TestPagePython = @"/usr/bin/python3";
   folder = RETAIN(TolvoTemporaryFolder(@"tolvo-page-server"));
   scheme = [theScheme copy];
   NSString *aLog = [folder stringByAppendingPathComponent: @"server.log"];
-  [[NSFileManager defaultManager] createFileAtPath: aLog contents: nil attributes: nil];
   NSMutableArray *someArguments = [NSMutableArray arrayWithObjects:
     TolvoSourcePath(@"tests/capture/page_server.py"),
     @"--ready-file", [folder stringByAppendingPathComponent: @"port"],
@@ -62,20 +61,11 @@ static NSString *const TestPagePython = @"/usr/bin/python3";
     @"--watch-pid", [NSString stringWithFormat: @"%d", (int)getpid()],
     nil];
   [someArguments addObjectsFromArray: theArguments];
-  task = [NSTask new];
-  [task setLaunchPath: TestPagePython];
-  [task setArguments: someArguments];
-  [task setStandardInput: [NSFileHandle fileHandleWithNullDevice]];
-  [task setStandardOutput: [NSFileHandle fileHandleForWritingAtPath: aLog]];
-  [task setStandardError: [task standardOutput]];
-  NS_DURING
-    [task launch];
-  NS_HANDLER
-    NSLog(@"TestPageServer: cannot launch %@: %@", TestPagePython, [localException reason]);
-    DESTROY(task);
-  NS_ENDHANDLER
+  NSString *aFailure = nil;
+  task = TolvoLaunchLoggedTask(TestPagePython, someArguments, aLog, &aFailure);
   if (task == nil)
     {
+      NSLog(@"TestPageServer: %@", aFailure);
       RELEASE(self);
       return nil;
     }

@@ -166,24 +166,12 @@ static id JSONFromData(NSData *theData)
   if (theArguments != nil)
     [anArray addObjectsFromArray: theArguments];
 
-  // The server's output goes to a file of its own: a server that inherited
-  // the test's output would hold CTest's pipe open after a crash.
-  task = [NSTask new];
-  [task setLaunchPath: TestSMTPPython];
-  [task setArguments: anArray];
-  [task setStandardInput: [NSFileHandle fileHandleWithNullDevice]];
-  [task setStandardOutput: [NSFileHandle fileHandleForWritingAtPath: logPath]];
-  [task setStandardError: [task standardOutput]];
-  NS_DURING
-    [task launch];
-  NS_HANDLER
-    ASSIGN(lastStartFailure, ([NSString stringWithFormat: @"cannot launch %@: %@",
-                                        TestSMTPPython, [localException reason]]));
-    NSLog(@"TestSMTPServer: %@", lastStartFailure);
-    DESTROY(task);
-  NS_ENDHANDLER
+  NSString *aFailure = nil;
+  task = TolvoLaunchLoggedTask(TestSMTPPython, anArray, logPath, &aFailure);
   if (task == nil)
     {
+      ASSIGN(lastStartFailure, aFailure);
+      NSLog(@"TestSMTPServer: %@", lastStartFailure);
       RELEASE(self);
       return nil;
     }

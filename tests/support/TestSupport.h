@@ -12,3 +12,10 @@ NSString *TolvoTemporaryFolder(NSString *name);
 
 // The source tree's root, from the TOLVO_SOURCE_DIR that CTest sets.
 NSString *TolvoSourcePath(NSString *relativePath);
+
+// Launches a test server program with its standard output and error in a
+// log file of its own (a server that inherited the test's output would hold
+// CTest's pipe open after a crash). A new task, owned by the caller, or nil
+// when it could not be launched; then *theFailure (if given) says why.
+NSTask *TolvoLaunchLoggedTask(NSString *theLaunchPath, NSArray *theArguments,
+                              NSString *theLogPath, NSString **theFailure);

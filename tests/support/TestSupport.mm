@@ -33,3 +33,24 @@ NSString *TolvoSourcePath(NSString *relativePath)
     root = @".";
   return [root stringByAppendingPathComponent: relativePath];
 }
+
+NSTask *TolvoLaunchLoggedTask(NSString *theLaunchPath, NSArray *theArguments,
+                              NSString *theLogPath, NSString **theFailure)
+{
+  [[NSFileManager defaultManager] createFileAtPath: theLogPath contents: nil attributes: nil];
+  NSTask *aTask = [NSTask new];
+  [aTask setLaunchPath: theLaunchPath];
+  [aTask setArguments: theArguments];
+  [aTask setStandardInput: [NSFileHandle fileHandleWithNullDevice]];
+  [aTask setStandardOutput: [NSFileHandle fileHandleForWritingAtPath: theLogPath]];
+  [aTask setStandardError: [aTask standardOutput]];
+  NS_DURING
+    [aTask launch];
+  NS_HANDLER
+    if (theFailure != NULL)
+      *theFailure = [NSString stringWithFormat: @"cannot launch %@: %@",
+                              theLaunchPath, [localException reason]];
+    DESTROY(aTask);
+  NS_ENDHANDLER
+  return aTask;
+}
