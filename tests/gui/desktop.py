@@ -4,6 +4,7 @@ the pointer and the keyboard, ImageMagick's import for screenshots.
 Under a bare Xvfb (no window manager) AppKit misses a quick click, and a
 press that comes with no motion over its target; press() moves, pauses,
 then presses and releases with a pause between."""
+import signal
 import subprocess
 import time
 
@@ -75,3 +76,36 @@ def _read(path):
             return f.read().strip()
     except OSError:
         return None
+
+
+def fill_main_window(left, top, width, recipient, name, subject, message):
+    """Types into the main window as a person does: a click into the
+    recipient field, then Tab through name, subject, web page (left empty)
+    and into the message."""
+    press(left + width // 2 - 60, top + 24)
+    xdo("type", "--delay", "20", recipient)
+    xdo("key", "Tab")
+    xdo("type", "--delay", "20", name)
+    xdo("key", "Tab")
+    xdo("type", "--delay", "20", subject)
+    xdo("key", "Tab")
+    xdo("key", "Tab")
+    xdo("type", "--delay", "20", message)
+    time.sleep(0.5)
+
+
+def press_send(left, top, width, height):
+    """Send sits at the bottom right of the main window."""
+    press(left + width - 12 - 48, top + height - 12 - 14)
+
+
+def stop(app, server):
+    """Ends the application (if it was started) and the test server."""
+    if app is not None:
+        app.send_signal(signal.SIGTERM)
+        try:
+            app.wait(10)
+        except subprocess.TimeoutExpired:
+            app.kill()
+    server.terminate()
+    server.wait(10)

@@ -9,13 +9,12 @@ import email
 import email.policy
 import glob
 import os
-import signal
 import subprocess
 import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from desktop import configure_sender_and_server, geometry_of, press, run, start_test_server, wait_for, xdo  # noqa: E402
+from desktop import configure_sender_and_server, fill_main_window, geometry_of, press, press_send, run, start_test_server, stop, wait_for, xdo  # noqa: E402
 
 tolvo, source, shots = sys.argv[1], sys.argv[2], sys.argv[3]
 os.makedirs(shots, exist_ok=True)
@@ -41,20 +40,11 @@ try:
 
     # The recipient field has the focus when the window opens; Tab moves on
     # through name, subject, web page and into the message.
-    press(left + width // 2 - 60, top + 24)
-    xdo("type", "--delay", "20", "ann@example.com")
-    xdo("key", "Tab")
-    xdo("type", "--delay", "20", "Ann Lee")
-    xdo("key", "Tab")
-    xdo("type", "--delay", "20", "Spring news")
-    xdo("key", "Tab")
-    xdo("key", "Tab")
-    xdo("type", "--delay", "20", "Hello {toName}, see you soon.")
-    time.sleep(0.5)
+    fill_main_window(left, top, width, "ann@example.com", "Ann Lee",
+                     "Spring news", "Hello {toName}, see you soon.")
     run("import", "-window", "root", os.path.join(shots, "main-window-typed.png"))
 
-    # Send sits at the bottom right of the window.
-    press(left + width - 12 - 48, top + height - 12 - 14)
+    press_send(left, top, width, height)
     try:
         wait_for("the message", 30, lambda: glob.glob(os.path.join(store, "*.eml")))
     finally:
@@ -87,11 +77,4 @@ try:
         position = found[0] + 1
     print("1 passed, 0 failed")
 finally:
-    if app is not None:
-        app.send_signal(signal.SIGTERM)
-        try:
-            app.wait(10)
-        except subprocess.TimeoutExpired:
-            app.kill()
-    server.terminate()
-    server.wait(10)
+    stop(app, server)

@@ -12,13 +12,12 @@ import email
 import email.policy
 import glob
 import os
-import signal
 import subprocess
 import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-from desktop import configure_sender_and_server, geometry_of, press, run, start_test_server, wait_for, xdo  # noqa: E402
+from desktop import configure_sender_and_server, geometry_of, press, press_send, run, start_test_server, stop, wait_for, xdo  # noqa: E402
 
 tolvo, source, shots = sys.argv[1], sys.argv[2], sys.argv[3]
 os.makedirs(shots, exist_ok=True)
@@ -122,7 +121,7 @@ try:
     press(left + width // 2, top + height // 2 + 40)
     xdo("type", "--delay", "20", "Hello {toName}, the team meets on Friday.")
     time.sleep(0.5)
-    press(left + width - 12 - 48, top + height - 12 - 14)
+    press_send(left, top, width, height)
     try:
         wait_for("five messages", 60, lambda: len(received()) >= 5)
         wait_for("the end of the run", 20, lambda: any(l.startswith("[Mailing completed at ") for l in log_lines()))
@@ -150,7 +149,7 @@ try:
     time.sleep(0.5)
     press(c_left + 12 + column + 6 + column // 2, row_y + 16)
     time.sleep(1.0)
-    press(left + width - 12 - 48, top + height - 12 - 14)
+    press_send(left, top, width, height)
     time.sleep(5.0)
     shot("recipients-after-second-send.png")
     assert len(received()) == 5, "mailed again: %d messages" % len(received())
@@ -159,11 +158,4 @@ try:
     assert sorted(l[len("Skipping "):] for l in skipped) == sorted(p[2] for p in PEOPLE), skipped
     print("1 passed, 0 failed")
 finally:
-    if app is not None:
-        app.send_signal(signal.SIGTERM)
-        try:
-            app.wait(10)
-        except subprocess.TimeoutExpired:
-            app.kill()
-    server.terminate()
-    server.wait(10)
+    stop(app, server)
