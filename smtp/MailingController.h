@@ -1,30 +1,11 @@
 // What one SMTP delivery reads from, and reports to, the object that asked
 // for it. TolvoController is that object in the application; the SMTP class
 // knows it only through this protocol, so smtp/ does not depend on app/.
+// The message itself is composed from the MessageSource half.
 #import <AppKit/AppKit.h>
+#import "MessageSource.h"
 
-// The attachments list as a delivery sees it: the ordered file paths.
-@protocol AttachmentList <NSObject>
-- (NSMutableArray *) getAttachments;
-@end
-
-@protocol MailingController <NSObject>
-// Recipient and sender. The validating getters raise a named NSException
-// when their value is missing (see TolvoController+Settings.h).
-- (NSString *) getTo;
-- (NSString *) getToName;
-- (NSString *) getFrom;
-- (NSString *) getFromName;
-- (NSString *) getSubject;
-
-// Bodies, personalised for the recipient in the fields.
-- (NSString *) getMessage;
-- (NSString *) getHTMLMessage;
-- (NSString *) getWebPageOrFileContents;
-- (int) getSelectedContentType;
-- (int) getSelectedCharacterSet;
-- (id<AttachmentList>) getAttachments;
-
+@protocol MailingController <MessageSource>
 // Server and login.
 - (NSString *) getServer;
 - (int) getPort;

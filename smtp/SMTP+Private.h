@@ -1,4 +1,4 @@
-// What the composition and the session halves of SMTP share.
+// What the entry points and the session half of SMTP share.
 #import "SMTP.h"
 
 @class CWMessage;
@@ -7,7 +7,7 @@
 // out (seconds). Tests shorten it.
 extern NSTimeInterval TolvoSessionTimeout;
 
-@interface SMTP (Composition)
+@interface SMTP (Start)
 - (void) _reportException: (NSException *) theException;
 - (void) _startSession: (CWMessage *) theMessage;
 @end

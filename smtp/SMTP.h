@@ -1,7 +1,7 @@
 // One message over one SMTP session. The mailing run makes a fresh SMTP
 // object for every recipient and sends it -sendMail: with the controller; the
-// object reads every setting back from the controller, builds the MIME
-// message with Pantomime, and drives the session through the library's
+// object reads every setting back from the controller, has the message
+// composed by compose/MessageLayout, and drives the session through the library's
 // delegate callbacks until the connection closes, when it asks the
 // controller for the next recipient.
 //
@@ -9,6 +9,7 @@
 // frees itself once its session has ended.
 #import <Foundation/Foundation.h>
 #import "MailingController.h"
+#import "MessageLayout.h"
 
 @class CWSMTP;
 @class CWPart;
@@ -40,7 +41,3 @@
 
 - (BOOL) succeeded;
 @end
-
-// The MIME type for a file's extension, from the desktop's file-type table
-// (/etc/mime.types); nil for no extension or an unknown one.
-NSString *TolvoMIMETypeForPath(NSString *thePath);

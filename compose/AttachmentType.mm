@@ -1,4 +1,4 @@
-#import "SMTP.h"
+#import "MessageLayout.h"
 #include "FileExtensionTable.h"
 
 // The file-type table is the one the application loads at launch from

@@ -76,7 +76,7 @@ NSDictionary *Parse(NSData *theHTML, NSString *theCodec)
   NSTask *task = AUTORELEASE([NSTask new]);
   NSPipe *pipe = [NSPipe pipe];
   [task setLaunchPath: @"/usr/bin/python3"];
-  [task setArguments: [NSArray arrayWithObjects: TolvoSourcePath(@"tests/platform/html_runs.py"),
+  [task setArguments: [NSArray arrayWithObjects: TolvoSourcePath(@"tests/compose/html_runs.py"),
                                                  aPath, theCodec, nil]];
   [task setStandardOutput: pipe];
   [task launch];

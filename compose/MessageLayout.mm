@@ -1,0 +1,126 @@
+#import "MessageLayout.h"
+#import "HeaderText.h"
+#import <Pantomime/CWConstants.h>
+#import <Pantomime/CWInternetAddress.h>
+#import <Pantomime/CWMessage.h>
+#import <Pantomime/CWMIMEMultipart.h>
+#import <Pantomime/CWMIMEUtility.h>
+#import <Pantomime/CWPart.h>
+
+// Charset labels by the character-set preference; any other index sets none.
+// The bytes behind the label are always UTF-8: the label is only a label.
+static NSString *const TolvoCharsetLabels[] = {
+  @"utf-8", @"us-ascii", @"iso-8859-1", @"shift-jis"
+};
+
+static void addTextPart(CWMIMEMultipart *theMultipart, NSString *theText,
+                        NSString *theType, int theCharacterSet)
+{
+  CWPart *aPart = TolvoNewMessageBodyPart(theText, theType, theCharacterSet);
+  [theMultipart addPart: aPart];
+  RELEASE(aPart);
+}
+
+CWMessage *TolvoMessageWithHeaders(id<MessageSource> theSource)
+{
+  CWMessage *aMessage = AUTORELEASE([[CWMessage alloc] init]);
+  [aMessage setSubject: TolvoHeaderText([theSource getSubject])];
+
+  CWInternetAddress *anAddress = [[CWInternetAddress alloc] initWithString:
+    [NSString stringWithFormat: @"%@ <%@>",
+              TolvoHeaderText([theSource getFromName]),
+              TolvoEnvelopeAddress([theSource getFrom])]];
+  [aMessage setFrom: anAddress];
+  RELEASE(anAddress);
+
+  CWInternetAddress *aRecipient = [[CWInternetAddress alloc] initWithString:
+    [NSString stringWithFormat: @"%@ <%@>",
+              TolvoHeaderText([theSource getToName]),
+              TolvoEnvelopeAddress([theSource getTo])]];
+  [aRecipient setType: PantomimeToRecipient];
+  [aMessage addRecipient: aRecipient];
+  RELEASE(aRecipient);
+  return aMessage;
+}
+
+void TolvoAddMessageBody(CWMessage *theMessage, id<MessageSource> theSource)
+{
+  CWMIMEMultipart *aMultipart = AUTORELEASE([[CWMIMEMultipart alloc] init]);
+  int aCharacterSet = [theSource getSelectedCharacterSet];
+
+  int aContentType = [theSource getSelectedContentType];
+  if (aContentType == 1)
+    addTextPart(aMultipart, [theSource getMessage], @"text/plain", aCharacterSet);
+  else if (aContentType == 0)
+    addTextPart(aMultipart, [theSource getHTMLMessage], @"text/html", aCharacterSet);
+
+  if ([theSource getWebPageOrFileContents] != nil)
+    addTextPart(aMultipart, [theSource getWebPageOrFileContents], @"text/html", aCharacterSet);
+
+  // The list may change while files are read; its count is read anew.
+  NSArray *paths = [[theSource getAttachments] getAttachments];
+  for (NSUInteger i = 0; i < [paths count]; i++)
+    {
+      NSString *aPath = [paths objectAtIndex: i];
+      NSData *aFile = [NSData dataWithContentsOfFile: aPath];
+      if (aFile == nil)
+        continue;
+      CWPart *aPart = [[CWPart alloc] init];
+      [aPart setContentTransferEncoding: PantomimeEncodingBase64];
+      [aPart setFilename: TolvoHeaderText([aPath lastPathComponent])];
+      NSString *aType = TolvoMIMETypeForPath(aPath);
+      if (aType != nil)
+        [aPart setContentType: aType];
+      [aPart setContent: aFile];
+      [aMultipart addPart: aPart];
+      RELEASE(aPart);
+    }
+
+  [theMessage setContentTransferEncoding: PantomimeEncodingNone];
+  [theMessage setContentType: @"multipart/mixed"];
+  [theMessage setBoundary: [CWMIMEUtility globallyUniqueBoundary]];
+  [theMessage setContent: aMultipart];
+}
+
+CWMessage *TolvoComposeMessage(id<MessageSource> theSource)
+{
+  CWMessage *aMessage = TolvoMessageWithHeaders(theSource);
+  TolvoAddMessageBody(aMessage, theSource);
+  return aMessage;
+}
+
+CWPart *TolvoNewMessageBodyPart(NSString *theText, NSString *theType, int theCharacterSet)
+{
+  CWPart *aPart = [[CWPart alloc] init];
+  if (theCharacterSet >= 0 && theCharacterSet < 4)
+    [aPart setCharset: TolvoCharsetLabels[theCharacterSet]];
+  [aPart setContentTransferEncoding: PantomimeEncoding8bit];
+  [aPart setContentType: theType];
+  NSData *aBody = [theText dataUsingEncoding: NSUTF8StringEncoding];
+  if (aBody != nil)
+    [aPart setContent: aBody];
+  return aPart;
+}
+
+CWMessage *TolvoTestMessage(NSString *theSender, NSString *theBody, NSString *theSubject)
+{
+  CWMessage *aMessage = AUTORELEASE([[CWMessage alloc] init]);
+  [aMessage setSubject: TolvoHeaderText(theSubject)];
+  if (theSender != nil)
+    {
+      CWInternetAddress *aFrom = [[CWInternetAddress alloc] initWithString:
+                                                      TolvoEnvelopeAddress(theSender)];
+      [aMessage setFrom: aFrom];
+      RELEASE(aFrom);
+      CWInternetAddress *aTo = [[CWInternetAddress alloc] initWithString:
+                                                    TolvoEnvelopeAddress(theSender)];
+      [aTo setType: PantomimeToRecipient];
+      [aMessage addRecipient: aTo];
+      RELEASE(aTo);
+    }
+  [aMessage setContentType: @"text/plain"];
+  [aMessage setContentTransferEncoding: PantomimeEncodingBase64];
+  [aMessage setCharset: @"utf-8"];
+  [aMessage setContent: [theBody dataUsingEncoding: NSUTF8StringEncoding]];
+  return aMessage;
+}
