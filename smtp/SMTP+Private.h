@@ -4,8 +4,12 @@
 @class CWMessage;
 
 // How long a session may wait for the library before it is ended as timed
-// out (seconds). Tests shorten it.
+// out (seconds), until the message's last byte is sent. Tests shorten it.
 extern NSTimeInterval TolvoSessionTimeout;
+// After the final ".": how long the server may take to accept the message,
+// and after how long the wait is shown (seconds). Tests shorten them.
+extern NSTimeInterval TolvoAcceptanceTimeout;
+extern NSTimeInterval TolvoAcceptanceNoticeDelay;
 
 @interface SMTP (Start)
 - (void) _reportException: (NSException *) theException;
@@ -14,4 +18,13 @@ extern NSTimeInterval TolvoSessionTimeout;
 
 @interface SMTP (Session)
 - (void) _prepareSession;
+@end
+
+// The time limits of each stage of a session (SMTP+TimeLimits).
+@interface SMTP (TimeLimits)
+- (void) _setTimeLimits;
+- (void) _noteActivity;
+- (void) _noteSent: (NSData *) theData;
+- (BOOL) _messageEndSent;
+- (void) _stopWatchdog;
 @end

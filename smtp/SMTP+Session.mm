@@ -2,7 +2,13 @@
 // order the library delivers them. Every status line goes through the
 // controller's statusMsg:. The session never sends a password or a message
 // in clear when a secure connection was asked for, and never waits for ever.
+//
+// However a session ends (closed, lost, timed out, refused), its connection
+// is closed and taken off the run loop before this object or the library's
+// object can go: a socket still watched by the run loop would later deliver
+// its events to a freed object.
 #import "SMTP+Private.h"
+#import "GuardedSMTP.h"
 #import "LocalizedStrings.h"
 #import "ServerCertificate.h"
 #import <Pantomime/CWDNSManager.h>
@@ -12,21 +18,23 @@
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 
-// How long a session may go without any word from the library before it is
-// ended as timed out: an unresolvable name, a server that never answers or
-// never confirms the message give no callback at all.
-NSTimeInterval TolvoSessionTimeout = 30.0;
-
 // The port on which providers speak TLS from the first byte.
 static const int TolvoImplicitTLSPort = 465;
 
 static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5" };
 
-@interface SMTP (SessionPrivate)
-- (void) _noteActivity;
-- (void) _watchdogFired: (NSTimer *) theTimer;
+@interface SMTP (SessionPrivate) <GuardedSMTPDelegate>
 - (void) _refuseSession: (NSString *) theReason;
+- (void) _dropSession: (NSString *) theReason;
+- (NSString *) _secureConnectionFailure;
+- (void) _handOverMessage;
+- (void) _reportUnknownOutcome;
+- (void) _reportServerClosing;
+- (void) _dataBeforeSecureConnection;
+- (void) _releaseService: (BOOL) theLibraryClosedIt;
+- (void) _endSession: (BOOL) theLibraryClosedIt;
 - (BOOL) _credentialsFitMechanism: (int) theMechanism;
+- (BOOL) _mechanismOffered: (NSString *) theMechanism;
 - (BOOL) _nextMemberStarted: (BOOL *) theInterruption;
 @end
 
@@ -40,61 +48,119 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
   [[CWDNSManager singleInstance] addressesForName: [_smtp name] background: NO];
   [_smtp addRunLoopMode: NSEventTrackingRunLoopMode];
   [_smtp addRunLoopMode: NSModalPanelRunLoopMode];
-  unsigned int aBound = (unsigned int)TolvoSessionTimeout;
-  [_smtp setConnectionTimeout: aBound];
-  [_smtp setReadTimeout: aBound];
-  [_smtp setWriteTimeout: aBound];
-  [self _noteActivity];
+  [self _setTimeLimits];
 }
 
 @end
 
 @implementation SMTP (SessionPrivate)
 
-// Every callback and every chunk read or written counts as activity, so a
-// large message on a slow link is not mistaken for a silent server.
-- (void) _noteActivity
-{
-  lastActivity = [NSDate timeIntervalSinceReferenceDate];
-  if (watchdog != nil || sessionEnded)
-    return;
-  NSTimeInterval aPeriod = TolvoSessionTimeout / 4 < 1.0 ? TolvoSessionTimeout / 4 : 1.0;
-  watchdog = RETAIN([NSTimer timerWithTimeInterval: aPeriod
-                                            target: self
-                                          selector: @selector(_watchdogFired:)
-                                          userInfo: nil
-                                           repeats: YES]);
-  NSRunLoop *aLoop = [NSRunLoop currentRunLoop];
-  [aLoop addTimer: watchdog forMode: NSDefaultRunLoopMode];
-  [aLoop addTimer: watchdog forMode: NSEventTrackingRunLoopMode];
-  [aLoop addTimer: watchdog forMode: NSModalPanelRunLoopMode];
-}
-
-- (void) _watchdogFired: (NSTimer *) theTimer
-{
-  if ([NSDate timeIntervalSinceReferenceDate] - lastActivity < TolvoSessionTimeout)
-    return;
-  [watchdog invalidate];
-  DESTROY(watchdog);
-  if (_smtp == nil || sessionEnded)
-    return;
-  // The library is still waiting on its socket: stop it, then end the
-  // session the way a read time-out does.
-  RETAIN(self);
-  [_smtp cancelRequest];
-  [self connectionTimedOut: nil];
-  AUTORELEASE(self);
-}
-
 // Ends a session that must not go on (no secure channel, an unverified
 // server, credentials the mechanism cannot carry): the run stops here and
-// nothing more is sent.
+// nothing more is sent but QUIT.
 - (void) _refuseSession: (NSString *) theReason
 {
   NSBeep();
+  refused = YES;
   [_controller statusMsg: theReason];
   [_controller abort];
+  closeRequested = YES;
   [_smtp close];
+}
+
+// As _refuseSession:, for a connection on which not even QUIT may go out:
+// it is cut at once.
+- (void) _dropSession: (NSString *) theReason
+{
+  NSBeep();
+  refused = YES;
+  [_controller statusMsg: theReason];
+  [_controller abort];
+  [self _endSession: NO];
+}
+
+- (NSString *) _secureConnectionFailure
+{
+  return [NSString stringWithFormat:
+                     TolvoLocalizedCString("The secure connection to the %@ server failed. Nothing was sent."),
+                   [_controller getServer]];
+}
+
+// The one place where the message is handed to the library; its acceptance
+// arrives in messageSent:.
+- (void) _handOverMessage
+{
+  [_smtp sendMessage];
+}
+
+- (void) _reportUnknownOutcome
+{
+  [_controller statusMsg: [NSString stringWithFormat:
+    TolvoLocalizedCString("No answer from the server after the message to %@: whether it was accepted is unknown. Check before sending it again."),
+    [_controller getTo]]];
+}
+
+// A server that refuses and goes away (RFC 5321 3.8: 421, the service is
+// closing the channel), wherever it comes in the dialogue: a refusal like
+// any other, shown with the server's words.
+- (void) _reportServerClosing
+{
+  NSData *aResponse = [(GuardedSMTP *)_smtp lastReplyLine];
+  if ([aResponse length] < 3 || ((const char *)[aResponse bytes])[0] < '4')
+    return;
+  NSBeep();
+  refused = YES;
+  NSString *aText = AUTORELEASE([[NSString alloc] initWithData: aResponse
+                                                      encoding: NSUTF8StringEncoding]);
+  if (aText != nil)
+    [_controller statusMsg: [NSString stringWithFormat: @"Message not sent: %@", aText]];
+  [_controller abort];
+}
+
+// Takes the library's object off the run loop, closes its connection unless
+// the library already did, and lets it go. It is not told anything more.
+- (void) _releaseService: (BOOL) theLibraryClosedIt
+{
+  [self _stopWatchdog];
+  if (_smtp == nil)
+    return;
+  [_smtp setDelegate: nil];
+  if (!theLibraryClosedIt && [_smtp connection] != nil)
+    [_smtp cancelRequest];
+  AUTORELEASE(_smtp);
+  _smtp = nil;
+}
+
+// The end of every session but a time-out: the connection is closed, and
+// the run goes on with the next Person or finishes.
+- (void) _endSession: (BOOL) theLibraryClosedIt
+{
+  if (sessionEnded)
+    return;
+  sessionEnded = YES;
+  [_controller statusMsg: TolvoLocalizedCString("Connection closed. Done.")];
+  [self _releaseService: theLibraryClosedIt];
+  // Nobody refers to this object once its session has ended.
+  AUTORELEASE(self);
+
+  BOOL interrupted = NO;
+  if ([self _nextMemberStarted: &interrupted] || interrupted)
+    return;
+  if ([_controller getPeople] == nil)
+    [[_controller getSpinner] stopAnimation: self];
+  if (!succeeded)
+    return;
+  switch ([_controller completionAction])
+    {
+      case 1:
+        [NSApp terminate: self];
+        break;
+      case 2:
+        [_controller reset];
+        break;
+      default:
+        break;
+    }
 }
 
 - (BOOL) _credentialsFitMechanism: (int) theMechanism
@@ -106,6 +172,16 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
     return YES;
   return [[_controller getUsername] canBeConvertedToEncoding: NSASCIIStringEncoding]
     && [[_controller getPassword] canBeConvertedToEncoding: NSASCIIStringEncoding];
+}
+
+- (BOOL) _mechanismOffered: (NSString *) theMechanism
+{
+  for (NSString *anOffered in [_smtp supportedMechanisms])
+    {
+      if ([anOffered caseInsensitiveCompare: theMechanism] == NSOrderedSame)
+        return YES;
+    }
+  return NO;
 }
 
 // Asks the controller for the next Person. Should the window's machinery
@@ -129,18 +205,44 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
   return NO;
 }
 
+- (void) secureConnectionFailed: (GuardedSMTP *) theService
+{
+  [self _noteActivity];
+  [self _dropSession: [self _secureConnectionFailure]];
+}
+
+- (void) _dataBeforeSecureConnection
+{
+  if (sessionEnded)
+    return;
+  [self _dropSession:
+    TolvoLocalizedCString("The server sent data before the secure connection started. Nothing was sent.")];
+}
+
 @end
 
 @implementation SMTP (Callbacks)
 
 - (void) service: (CWService *) theService sentData: (NSData *) theData
 {
-  [self _noteActivity];
+  [self _noteSent: theData];
 }
 
 - (void) service: (CWService *) theService receivedData: (NSData *) theData
 {
   [self _noteActivity];
+  if (![(GuardedSMTP *)_smtp noteReceived: theData] || sessionEnded)
+    return;
+  // The library is about to read these bytes and act on them: it hears
+  // nothing more from this session, which ends as soon as the library is
+  // done with the chunk (ending it here would pull the connection from
+  // under the library's own read loop).
+  [_smtp setDelegate: nil];
+  [self performSelector: @selector(_dataBeforeSecureConnection)
+             withObject: nil
+             afterDelay: 0
+                inModes: [NSArray arrayWithObjects: NSDefaultRunLoopMode, NSEventTrackingRunLoopMode,
+                                  NSModalPanelRunLoopMode, nil]];
 }
 
 - (void) connectionEstablished: (NSNotification *) theNotification
@@ -164,9 +266,7 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
           [_controller statusMsg: TolvoLocalizedCString("Starting SSL.")];
           tlsRequested = YES;
           if ([aConnection startSSL] < 0)
-            [self _refuseSession: [NSString stringWithFormat:
-              @"The secure connection to the %@ server failed. Nothing was sent.",
-              [_controller getServer]]];
+            [self _dropSession: [self _secureConnectionFailure]];
         }
     }
   @catch (NSException *anException)
@@ -187,9 +287,7 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
             {
               // The library falls back to clear text when the handshake
               // fails and introduces itself again: never go on from there.
-              [self _refuseSession: [NSString stringWithFormat:
-                @"The secure connection to the %@ server failed. Nothing was sent.",
-                [_controller getServer]]];
+              [self _dropSession: [self _secureConnectionFailure]];
               return;
             }
           [_controller statusMsg: TolvoLocalizedCString("SSL handshaking...")];
@@ -199,6 +297,7 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
         }
       if ([_controller useSSL])
         {
+          secured = YES;
           NSString *aProblem = TolvoServerCertificateProblem(aConnection, [_controller getServer]);
           if (aProblem != nil)
             {
@@ -223,13 +322,22 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
                 @"The user name or password holds characters beyond ASCII, which PLAIN and CRAM-MD5 login cannot send; choose LOGIN. Nothing was sent."];
               return;
             }
+          // RFC 3207 4.2: over TLS, only the list the server gave after the
+          // handshake counts, and a mechanism it does not list is not tried.
+          if (secured && ![self _mechanismOffered: TolvoMechanisms[aMechanism]])
+            {
+              [self _refuseSession: [NSString stringWithFormat:
+                TolvoLocalizedCString("The %@ server does not offer %@ login. Nothing was sent."),
+                [_controller getServer], TolvoMechanisms[aMechanism]]];
+              return;
+            }
           [_smtp authenticate: [_controller getUsername]
                      password: [_controller getPassword]
                     mechanism: TolvoMechanisms[aMechanism]];
           return;
         }
       [_controller statusMsg: TolvoLocalizedCString("Sending the message.")];
-      [_smtp sendMessage];
+      [self _handOverMessage];
     }
   @catch (NSException *anException)
     {
@@ -243,7 +351,7 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
   @try
     {
       [_controller statusMsg: TolvoLocalizedCString("Authentication completed. Sending the message.")];
-      [_smtp sendMessage];
+      [self _handOverMessage];
     }
   @catch (NSException *anException)
     {
@@ -257,6 +365,7 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
   @try
     {
       [_controller statusMsg: TolvoLocalizedCString("Authentication failed. Closing the connection.")];
+      closeRequested = YES;
       [_smtp close];
     }
   @catch (NSException *anException)
@@ -272,6 +381,7 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
     {
       [_controller addRecipient: [_controller getTo]];
       [_controller statusMsg: TolvoLocalizedCString("Message sent. Closing the connection.")];
+      closeRequested = YES;
       [_smtp close];
       succeeded = YES;
     }
@@ -281,11 +391,14 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
     }
 }
 
+// Refused: the reason is shown, the run stops, and the connection is closed
+// at once rather than left for the time limit.
 - (void) messageNotSent: (NSNotification *) theNotification
 {
   [self _noteActivity];
   NSBeep();
   succeeded = NO;
+  refused = YES;
   NSData *aResponse = [_smtp lastResponse];
   if (aResponse != nil)
     {
@@ -295,6 +408,11 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
         [_controller statusMsg: [NSString stringWithFormat: @"Message not sent: %@", aText]];
     }
   [_controller abort];
+  if (!closeRequested && !sessionEnded)
+    {
+      closeRequested = YES;
+      [_smtp close];
+    }
 }
 
 // STARTTLS refused (454, 502) or not offered, or the sender refused: the
@@ -305,24 +423,38 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
   if ([_controller useSSL] && ![(CWTCPConnection *)[_smtp connection] isSSL])
     {
       [self _refuseSession: [NSString stringWithFormat:
-        @"The %@ server did not start a secure connection. Nothing was sent.",
+        TolvoLocalizedCString("The %@ server did not start a secure connection. Nothing was sent."),
         [_controller getServer]]];
       return;
     }
   [self messageNotSent: theNotification];
-  [_smtp close];
 }
 
 - (void) recipientIdentificationFailed: (NSNotification *) theNotification
 {
   [self _noteActivity];
   [self messageNotSent: theNotification];
-  [_smtp close];
 }
 
+// The server went away. With a secure connection asked for and never made,
+// that is the secure connection failing; after the final "." nobody knows
+// whether the message was kept.
 - (void) connectionLost: (NSNotification *) theNotification
 {
-  [self connectionTerminated: theNotification];
+  if (sessionEnded)
+    return;
+  if (!closeRequested && !succeeded && !refused)
+    [self _reportServerClosing];
+  if ([self _messageEndSent] && !succeeded && !refused)
+    [self _reportUnknownOutcome];
+  else if ([_controller useSSL] && !secured && !refused)
+    {
+      NSBeep();
+      refused = YES;
+      [_controller statusMsg: [self _secureConnectionFailure]];
+      [_controller abort];
+    }
+  [self _endSession: NO];
 }
 
 - (void) connectionTimedOut: (NSNotification *) theNotification
@@ -330,12 +462,16 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
   if (sessionEnded)
     return;
   sessionEnded = YES;
-  [watchdog invalidate];
-  DESTROY(watchdog);
+  if ([self _messageEndSent] && !succeeded && !refused)
+    [self _reportUnknownOutcome];
+  else if (tlsRequested && !secured && !refused)
+    {
+      // A handshake that never completes.
+      [_controller statusMsg: [self _secureConnectionFailure]];
+      [_controller abort];
+    }
   [_controller statusMsg: TolvoLocalizedCString("Connection lost.")];
-  [_smtp setDelegate: nil];
-  AUTORELEASE(_smtp);
-  _smtp = nil;
+  [self _releaseService: NO];
   AUTORELEASE(self);
 }
 
@@ -343,34 +479,9 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
 {
   if (sessionEnded)
     return;
-  sessionEnded = YES;
-  [watchdog invalidate];
-  DESTROY(watchdog);
-  [_controller statusMsg: TolvoLocalizedCString("Connection closed. Done.")];
-  [_smtp setDelegate: nil];
-  AUTORELEASE(_smtp);
-  _smtp = nil;
-  // Nobody refers to this object once its session has ended.
-  AUTORELEASE(self);
-
-  BOOL interrupted = NO;
-  if ([self _nextMemberStarted: &interrupted] || interrupted)
-    return;
-  if ([_controller getPeople] == nil)
-    [[_controller getSpinner] stopAnimation: self];
-  if (!succeeded)
-    return;
-  switch ([_controller completionAction])
-    {
-      case 1:
-        [NSApp terminate: self];
-        break;
-      case 2:
-        [_controller reset];
-        break;
-      default:
-        break;
-    }
+  if (!closeRequested && !succeeded && !refused)
+    [self _reportServerClosing];
+  [self _endSession: YES];
 }
 
 @end

@@ -20,9 +20,15 @@
   id<MailingController> _controller;  // not owned
   BOOL succeeded;                     // the server accepted this message
   BOOL tlsRequested;                  // STARTTLS was asked for in this session
-  BOOL sessionEnded;                  // connectionTerminated: has run
+  BOOL secured;                       // TLS has been in force on the connection
+  BOOL closeRequested;                // this object asked the library to close
+  BOOL refused;                       // the run was stopped for this message
+  BOOL sessionEnded;                  // the session has ended, by any path
   NSTimer *watchdog;                  // ends a session that the library left waiting
   NSTimeInterval lastActivity;        // when the library last did or heard anything
+  NSTimeInterval messageEndSent;      // when the final "." went out; 0 before
+  BOOL waitingShown;                  // the wait for acceptance was announced
+  unsigned char sentTail[5];          // the last bytes sent, newest last
 }
 
 // Builds the message for the recipient in the controller's fields and

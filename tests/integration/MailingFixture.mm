@@ -36,6 +36,8 @@ void MailingTest::SetUp()
   // Sessions that the server leaves waiting end sooner than in the
   // application, so the tests of those cases stay short.
   TolvoSessionTimeout = 4.0;
+  TolvoAcceptanceTimeout = 8.0;
+  TolvoAcceptanceNoticeDelay = 5.0;
   controller = [ApplicationWindows newControllerWithWindows];
   indicator = [[RecordingProgressIndicator alloc] initWithFrame: NSMakeRect(0, 0, 120, 16)];
   [controller setOutlet: indicator named: @"spinner"];
