@@ -42,20 +42,22 @@ def starttls_reply(port):
 
 
 class HandshakeFaultTests(ServerCase):
-    def test_starttls_close_answers_220_then_closes(self):
-        server = self.start("--starttls-close")
+    def start_after_220(self, option):
+        """A server with `option`, and a socket that has just read its 220 to STARTTLS."""
+        server = self.start(option)
         s, reply = starttls_reply(server.port)
         self.addCleanup(s.close)
         self.assertEqual(reply, b"220 2.0.0 Ready to start TLS\r\n")
+        return server, s
+
+    def test_starttls_close_answers_220_then_closes(self):
+        server, s = self.start_after_220("--starttls-close")
         s.settimeout(5)
         self.assertEqual(s.recv(100), b"")  # end of stream, nothing more
         self.assertEqual(server.transcript()[-1]["cmd"], "CLOSED")
 
     def test_starttls_stall_never_answers_the_handshake(self):
-        server = self.start("--starttls-stall")
-        s, reply = starttls_reply(server.port)
-        self.addCleanup(s.close)
-        self.assertEqual(reply, b"220 2.0.0 Ready to start TLS\r\n")
+        server, s = self.start_after_220("--starttls-stall")
         s.settimeout(1.5)
         context = ssl.create_default_context()
         context.check_hostname = False
@@ -90,13 +92,18 @@ class MechanismTests(ServerCase):
             self.assertEqual(c.docmd("AUTH", "PLAIN " + blob)[0], 504)
 
 
+def open_envelope(client):
+    """EHLO, MAIL and RCPT for one message from a@ to b@example.org."""
+    client.ehlo()
+    client.mail("a@example.org")
+    client.rcpt("b@example.org")
+
+
 class DataFaultTests(ServerCase):
     def test_data_end_delay_answers_late_and_stores_the_message(self):
         server = self.start("--data-end-delay", "2")
         with smtplib.SMTP("127.0.0.1", server.port, timeout=10) as c:
-            c.ehlo()
-            c.mail("a@example.org")
-            c.rcpt("b@example.org")
+            open_envelope(c)
             c.putcmd("DATA")
             self.assertEqual(c.getreply()[0], 354)
             c.send(MESSAGE + b".\r\n")
@@ -133,9 +140,7 @@ class DataFaultTests(ServerCase):
     def test_554_to_the_final_dot(self):
         server = self.start("--reject-rcpt", "b@example.org")
         with smtplib.SMTP("127.0.0.1", server.port, timeout=10) as c:
-            c.ehlo()
-            c.mail("a@example.org")
-            c.rcpt("b@example.org")
+            open_envelope(c)
             code, _ = c.data(MESSAGE)
         self.assertEqual(code, 554)
         self.assertEqual(server.transcript()[-2]["cmd"], "DATA-END")
