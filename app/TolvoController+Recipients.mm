@@ -1,6 +1,7 @@
 #import "TolvoController+Recipients.h"
 #import "TolvoController+Lifecycle.h"
 #import "TolvoController+Settings.h"
+#import "MessageLayout.h"
 #import "PeoplePickerView.h"
 #import "PersonAddress.h"
 
@@ -84,19 +85,24 @@ NSString *const TolvoRecipientsEmailColumn = @"email";
   [people removeObjectsAtIndexes: mailed];
 }
 
+// An address is compared as it goes to the server (a line break and what
+// follows it never reach the envelope), as the list holds it.
 - (BOOL) recipientsContains: (NSString *) theAddress
 {
+  NSString *anAddress = TolvoMailboxAddress(theAddress);
   for (NSUInteger i = 0; i < [recipients count]; i++)
     {
-      if ([[recipients objectAtIndex: i] caseInsensitiveCompare: theAddress] == NSOrderedSame)
+      if ([[recipients objectAtIndex: i] caseInsensitiveCompare: anAddress] == NSOrderedSame)
         return YES;
     }
   return NO;
 }
 
+// The list holds the address that the message was sent to, as the envelope
+// carried it, not the field's text with whatever followed a line break.
 - (void) addRecipient: (NSString *) theAddress
 {
-  [recipients addObject: theAddress];
+  [recipients addObject: TolvoMailboxAddress(theAddress)];
   [recipientsTableView reloadData];
 }
 

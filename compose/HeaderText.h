@@ -10,3 +10,20 @@ NSString *TolvoHeaderText(NSString *theText);
 // An address as far as its first CR, LF or NUL: what follows such a
 // character was never part of the address.
 NSString *TolvoEnvelopeAddress(NSString *theAddress);
+
+// A person's name as the display name before "<address>" in From: and To:,
+// so that a reader finds one mailbox whatever the name holds (RFC 5322 3.4):
+//
+//   - line breaks become blanks first, as in TolvoHeaderText;
+//   - a name of printable ASCII without any of the specials
+//     ( ) < > [ ] : ; @ \ , . "  is written as it is (Ann Lee);
+//   - a name of printable ASCII with a special is one quoted-string, its
+//     quotes and backslashes escaped ("Lee, Ann" and "Eve <x@example>");
+//   - a name with anything beyond printable ASCII (letters such as é,
+//     control characters), or with "=?" that a reader would decode, is a
+//     row of RFC 2047 encoded-words in UTF-8, Q encoding
+//     (=?utf-8?q?Zo=C3=AB?=), none longer than 75 characters and none
+//     splitting a character.
+//
+// The result is plain ASCII and never holds a line break. nil for nil.
+NSString *TolvoDisplayName(NSString *theName);

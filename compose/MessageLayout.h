@@ -22,6 +22,11 @@
 // recipient; no body yet.
 CWMessage *TolvoMessageWithHeaders(id<MessageSource> theSource);
 
+// The address that a message composed here is sent to for theAddress as
+// the field holds it: as far as its first line break, as the mail library
+// reads it between angle brackets. nil for nil.
+NSString *TolvoMailboxAddress(NSString *theAddress);
+
 // Adds the body parts of the layout above to a message made by
 // TolvoMessageWithHeaders and makes it multipart/mixed.
 void TolvoAddMessageBody(CWMessage *theMessage, id<MessageSource> theSource);

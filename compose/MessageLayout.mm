@@ -21,22 +21,47 @@ static void addTextPart(CWMIMEMultipart *theMultipart, NSString *theText,
   RELEASE(aPart);
 }
 
+// The address read by the mail library from "<address>", as it always was;
+// the name is set apart, so nothing in it can be taken for an address.
+static CWInternetAddress *newAddressOnly(NSString *theAddress)
+{
+  return [[CWInternetAddress alloc] initWithString:
+    [NSString stringWithFormat: @"<%@>", TolvoEnvelopeAddress(theAddress)]];
+}
+
+// One mailbox: the name in its display-name form (quoted or encoded where
+// it holds more than words) before the address in angle brackets.
+static CWInternetAddress *newMailbox(NSString *theName, NSString *theAddress)
+{
+  CWInternetAddress *aMailbox = newAddressOnly(theAddress);
+  [aMailbox setPersonal: TolvoDisplayName(theName)];
+  return aMailbox;
+}
+
+NSString *TolvoMailboxAddress(NSString *theAddress)
+{
+  if (theAddress == nil)
+    return nil;
+  CWInternetAddress *aMailbox = newAddressOnly(theAddress);
+  NSString *anAddress = AUTORELEASE(RETAIN([aMailbox address]));
+  RELEASE(aMailbox);
+  return anAddress != nil ? anAddress : @"";
+}
+
 CWMessage *TolvoMessageWithHeaders(id<MessageSource> theSource)
 {
   CWMessage *aMessage = AUTORELEASE([[CWMessage alloc] init]);
   [aMessage setSubject: TolvoHeaderText([theSource getSubject])];
 
-  CWInternetAddress *anAddress = [[CWInternetAddress alloc] initWithString:
-    [NSString stringWithFormat: @"%@ <%@>",
-              TolvoHeaderText([theSource getFromName]),
-              TolvoEnvelopeAddress([theSource getFrom])]];
+  // The name is asked for before the address, so when both are missing
+  // the name's settings exception is the one raised.
+  NSString *aFromName = [theSource getFromName];
+  CWInternetAddress *anAddress = newMailbox(aFromName, [theSource getFrom]);
   [aMessage setFrom: anAddress];
   RELEASE(anAddress);
 
-  CWInternetAddress *aRecipient = [[CWInternetAddress alloc] initWithString:
-    [NSString stringWithFormat: @"%@ <%@>",
-              TolvoHeaderText([theSource getToName]),
-              TolvoEnvelopeAddress([theSource getTo])]];
+  NSString *aToName = [theSource getToName];
+  CWInternetAddress *aRecipient = newMailbox(aToName, [theSource getTo]);
   [aRecipient setType: PantomimeToRecipient];
   [aMessage addRecipient: aRecipient];
   RELEASE(aRecipient);
