@@ -27,9 +27,18 @@
 - (void) send: (id) theSender
 {
   [recipientsWindow makeKeyAndOrderFront: self];
+
+  // Whether this press stops a run is decided before the page is fetched:
+  // the fetch runs the run loop, so the message in flight may end meanwhile
+  // and ask for the next Person (or end the run and turn the title back to
+  // "Send"). From a Stop press on, no new message starts.
+  BOOL isStop = ![[sendButton title] isEqualToString: TolvoLocalizedCString("Send")];
+  if (isStop)
+    stopSending = YES;
+
   ASSIGN(webPageOrFileContents, [self getWebPageOrFile]);
 
-  if (![[sendButton title] isEqualToString: TolvoLocalizedCString("Send")])
+  if (isStop)
     {
       [self abort];
       return;

@@ -14,6 +14,7 @@ Serves a few fixed behaviours by path, over HTTP or (with --cert/--key) HTTPS:
   /silent               accepts, reads the request and never answers
   /endless              answers 200 and sends a body that never ends, fast
   /drip                 answers 200 and sends a few bytes every 0.2 s, for ever
+  /slow?seconds=N       the page of /page.html, answered after N seconds
   /generated?bytes=N    an HTML page of exactly N bytes with relative
                         references throughout (for the benchmark)
   /title/<anything>     a page whose <title> is the rest of the path
@@ -135,6 +136,10 @@ class Handler(BaseHTTPRequestHandler):
                     time.sleep(0.2)
             except (BrokenPipeError, ConnectionResetError, ssl.SSLError, OSError):
                 pass
+        elif path == '/slow':
+            query = urllib.parse.parse_qs(url.query)
+            time.sleep(min(float(query.get('seconds', ['3'])[0]), hold))
+            self.send_body(200, PAGE.encode('utf-8'))
         elif path == '/docs/index.html':
             self.send_body(200, DOCS.encode('utf-8'))
         elif path.startswith('/title/'):
