@@ -45,7 +45,8 @@ extern NSString * const AttachmentsPathColumnIdentifier;
 // Opens the file of the sender's selected row in its default application;
 // a double click with no row selected (or a row past the end) is ignored.
 - (void) doubleAction: (id)theSender;
-// Removes the selected rows; with nothing selected it empties the whole list.
+// Removes the selected rows and leaves nothing selected; with nothing
+// selected it does nothing.
 - (void) deleteButtonClicked: (id)theSender;
 // Runs an open panel (several files, no folders) and appends the chosen
 // files at the end of the list.

@@ -89,23 +89,16 @@ static NSString * const AttachmentsDesktopOpener = @"/usr/bin/xdg-open";
 
 - (void) deleteButtonClicked: (id)theSender
 {
-  NSIndexSet *aSelection = [attachmentsTable selectedRowIndexes];
-
-  if (aSelection != nil && [aSelection count] > 0)
-    {
-      // Only rows that still exist: the list may have been changed since
-      // the table last showed it.
-      NSMutableIndexSet *aRows = AUTORELEASE([aSelection mutableCopy]);
-      NSUInteger aCount = [paths count];
-      if ([aRows lastIndex] >= aCount)
-        [aRows removeIndexesInRange: NSMakeRange(aCount, [aRows lastIndex] - aCount + 1)];
-      [paths removeObjectsAtIndexes: aRows];
-    }
-  else
-    {
-      // Delete with nothing selected empties the whole list, on purpose.
-      [paths removeAllObjects];
-    }
+  // Only the rows the user chose go, and only rows that still exist: the
+  // list may have been changed since the table last showed it. With
+  // nothing chosen nothing goes.
+  NSMutableIndexSet *aRows = AUTORELEASE([[attachmentsTable selectedRowIndexes] mutableCopy]);
+  NSUInteger aCount = [paths count];
+  if ([aRows count] > 0 && [aRows lastIndex] >= aCount)
+    [aRows removeIndexesInRange: NSMakeRange(aCount, [aRows lastIndex] - aCount + 1)];
+  if ([aRows count] == 0)
+    return;
+  [paths removeObjectsAtIndexes: aRows];
 
   // The selected rows are gone; a selection left on the rows that moved up
   // into their places would make the next Delete remove files never chosen.

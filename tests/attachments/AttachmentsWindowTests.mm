@@ -103,6 +103,15 @@ protected:
     return aPoint;
   }
 
+  // xdotool's steps for one press of the left button at thePoint: move,
+  // press, pause, release (a quick click is missed under a bare Xvfb).
+  static NSArray *ClickAt(NSPoint thePoint)
+  {
+    return [NSArray arrayWithObjects: @"mousemove", [NSString stringWithFormat: @"%d", (int)thePoint.x],
+                    [NSString stringWithFormat: @"%d", (int)thePoint.y],
+                    @"sleep", @"0.2", @"mousedown", @"1", @"sleep", @"0.2", @"mouseup", @"1", nil];
+  }
+
   // Beside the test program, in the build folder's tests/attachments/.
   NSString *ScreenshotPath(NSString *theName)
   {
@@ -206,21 +215,53 @@ TEST_F(AttachmentsWindowTest, ClosingOnlyHidesTheWindowAndKeepsTheList)
   EXPECT_EQ([[controller getAttachments] count], 1u);
 }
 
-TEST_F(AttachmentsWindowTest, MousePressOnDeleteWithNothingSelectedEmptiesTheList)
+// A row chosen with the mouse, then Delete pressed twice: the first press
+// removes that row, the second (nothing is selected any more) removes
+// nothing.
+TEST_F(AttachmentsWindowTest, SecondMousePressOnDeleteKeepsWhatWasNotDeleted)
 {
   [[controller getAttachments] addObjectsFromArray:
-    [NSArray arrayWithObjects: @"/tmp/a", @"/tmp/b", nil]];
+    [NSArray arrayWithObjects: @"/tmp/a", @"/tmp/b", @"/tmp/c", nil]];
   [table reloadData];
   ShowAtTopLeft();
 
+  NSPoint aRow = ScreenCentre(table, [table rectOfRow: 1]);
+  NSPoint aDelete = ScreenCentre(Button(@"Delete"));
   // A quick click is missed under a bare Xvfb: press, pause, release.
-  NSPoint aCentre = ScreenCentre(Button(@"Delete"));
-  NSTask *aTask = [NSTask launchedTaskWithLaunchPath: @"/usr/bin/xdotool" arguments:
-    [NSArray arrayWithObjects: @"mousemove", [NSString stringWithFormat: @"%d", (int)aCentre.x],
-             [NSString stringWithFormat: @"%d", (int)aCentre.y],
-             @"mousedown", @"1", @"sleep", @"0.2", @"mouseup", @"1", nil]];
-  EXPECT_TRUE(DispatchEventsUntil(10.0, [&] { return [[controller getAttachments] count] == 0; }));
+  NSArray *aClickOnRow = ClickAt(aRow);
+  NSTask *aTask = [NSTask launchedTaskWithLaunchPath: @"/usr/bin/xdotool" arguments: aClickOnRow];
+  ASSERT_TRUE(DispatchEventsUntil(10.0, [&] { return [[table selectedRowIndexes] isEqual: [NSIndexSet indexSetWithIndex: 1]]; }));
   [aTask waitUntilExit];
+
+  aTask = [NSTask launchedTaskWithLaunchPath: @"/usr/bin/xdotool" arguments: ClickAt(aDelete)];
+  NSArray *aRest = [NSArray arrayWithObjects: @"/tmp/a", @"/tmp/c", nil];
+  EXPECT_TRUE(DispatchEventsUntil(10.0, [&] { return [[controller getAttachments] isEqual: aRest]; }));
+  [aTask waitUntilExit];
+  DispatchEventsUntil(0.5, [] { return false; });
+  EXPECT_EQ([[table selectedRowIndexes] count], 0u);
+
+  aTask = [NSTask launchedTaskWithLaunchPath: @"/usr/bin/xdotool" arguments: ClickAt(aDelete)];
+  DispatchEventsUntil(10.0, [&] { return ![aTask isRunning]; });
+  [aTask waitUntilExit];
+  DispatchEventsUntil(1.0, [] { return false; });
+  EXPECT_TRUE([[controller getAttachments] isEqual: aRest])
+    << [[[controller getAttachments] description] UTF8String];
+}
+
+TEST_F(AttachmentsWindowTest, MousePressOnDeleteWithNothingSelectedKeepsTheList)
+{
+  NSArray *aList = [NSArray arrayWithObjects: @"/tmp/a", @"/tmp/b", nil];
+  [[controller getAttachments] addObjectsFromArray: aList];
+  [table reloadData];
+  ShowAtTopLeft();
+
+  NSTask *aTask = [NSTask launchedTaskWithLaunchPath: @"/usr/bin/xdotool"
+                                           arguments: ClickAt(ScreenCentre(Button(@"Delete")))];
+  DispatchEventsUntil(10.0, [&] { return ![aTask isRunning]; });
+  [aTask waitUntilExit];
+  DispatchEventsUntil(1.0, [] { return false; });
+  EXPECT_TRUE([[controller getAttachments] isEqual: aList])
+    << [[[controller getAttachments] description] UTF8String];
 }
 
 TEST_F(AttachmentsWindowTest, MouseDragOfRowZeroToTheGapBeforeRowThreeGives1203)
