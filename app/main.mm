@@ -10,15 +10,19 @@ int main(int argc, const char **argv)
 {
   NSAutoreleasePool *pool = [NSAutoreleasePool new];
 
-  // A URL given on the command line (the desktop's mailto: handler) while
-  // another Tolvo runs goes to that one; this launch then ends before it
-  // opens a window.
-  NSMutableArray *someURLs = [NSMutableArray array];
+  // A mailto: URL given on the command line (the desktop's mailto: handler)
+  // while another Tolvo runs goes to that one; this launch then ends before
+  // it opens a window. Anything else on the command line (GNUstep's
+  // `-Key value` defaults) stays with this launch.
+  NSMutableArray *someArguments = [NSMutableArray array];
   for (int i = 1; i < argc; i++)
     {
-      if (argv[i][0] != '-')
-        [someURLs addObject: [NSString stringWithUTF8String: argv[i]]];
+      // An argument that is not UTF-8 keeps its place, so that every
+      // default stays paired with its value.
+      NSString *anArgument = [NSString stringWithUTF8String: argv[i]];
+      [someArguments addObject: anArgument != nil ? anArgument : @""];
     }
+  NSArray *someURLs = [URLHandover URLsInArguments: someArguments];
   NSString *aSocketPath = [URLHandover defaultSocketPath];
   if ([someURLs count] > 0
       && [URLHandover handOverURL: [someURLs objectAtIndex: 0] toSocketAtPath: aSocketPath])

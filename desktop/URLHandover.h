@@ -14,6 +14,13 @@
   NSFileHandle *listener;
   NSMutableArray *connections;  // accepted, being read to their end
 }
+// The URLs a launch is asked to open, from its arguments (without the
+// program's name), in order: the mailto: ones (scheme in any case). An
+// argument that begins with "-" is a GNUstep command-line default, and the
+// argument after it, unless it begins with "-" too, is that default's value
+// (`Tolvo -NSLanguages English`): neither is a URL.
++ (NSArray *) URLsInArguments: (NSArray *) theArguments;
+
 // $TMPDIR's per-user folder (NSTemporaryDirectory()) / tolvo-<uid>.socket.
 + (NSString *) defaultSocketPath;
 

@@ -93,6 +93,27 @@ static const NSUInteger LongestHandedURL = 64 * 1024;
 
 @implementation URLHandover
 
++ (NSArray *) URLsInArguments: (NSArray *) theArguments
+{
+  NSMutableArray *someURLs = [NSMutableArray array];
+  NSUInteger aCount = [theArguments count];
+  for (NSUInteger i = 0; i < aCount; i++)
+    {
+      NSString *anArgument = [theArguments objectAtIndex: i];
+      if ([anArgument hasPrefix: @"-"] && ![anArgument isEqualToString: @"-"])
+        {
+          // NSUserDefaults reads the next argument as this key's value.
+          if (i + 1 < aCount && ![[theArguments objectAtIndex: i + 1] hasPrefix: @"-"])
+            i++;
+          continue;
+        }
+      if ([anArgument length] > 7
+          && [[anArgument substringToIndex: 7] caseInsensitiveCompare: @"mailto:"] == NSOrderedSame)
+        [someURLs addObject: anArgument];
+    }
+  return someURLs;
+}
+
 + (NSString *) defaultSocketPath
 {
   return [NSTemporaryDirectory() stringByAppendingPathComponent:

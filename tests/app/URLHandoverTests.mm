@@ -109,4 +109,29 @@ TEST_F(URLHandoverTest, StoppingRemovesTheSocket)
   EXPECT_FALSE([[NSFileManager defaultManager] fileExistsAtPath: path]);
 }
 
+// GNUstep's command-line defaults come as -Key value pairs; neither half
+// is a URL to hand over (a second `Tolvo -NSLanguages English` used to hand
+// "English" to the running Tolvo and exit).
+TEST(URLsInArguments, ADefaultAndItsValueAreNoURL)
+{
+  NSArray *someArguments = [NSArray arrayWithObjects: @"-NSLanguages", @"English", nil];
+  EXPECT_EQ([[URLHandover URLsInArguments: someArguments] count], 0u);
+}
+
+TEST(URLsInArguments, MailtoURLsAreTakenInOrderBesideDefaults)
+{
+  NSArray *someArguments = [NSArray arrayWithObjects: @"-NSLanguages", @"English",
+    @"mailto:ann@example.org", @"-GSLogSyslog", @"-Flag", @"NO", @"MAILTO:bob@example.org", nil];
+  NSArray *expected = [NSArray arrayWithObjects: @"mailto:ann@example.org", @"MAILTO:bob@example.org", nil];
+  EXPECT_TRUE([[URLHandover URLsInArguments: someArguments] isEqualToArray: expected])
+    << [[[URLHandover URLsInArguments: someArguments] description] UTF8String];
+}
+
+TEST(URLsInArguments, OtherTextAndOtherSchemesAreNoURL)
+{
+  NSArray *someArguments = [NSArray arrayWithObjects: @"English", @"http://example.org/",
+    @"/home/ann/file.txt", @"mailto:", nil];
+  EXPECT_EQ([[URLHandover URLsInArguments: someArguments] count], 0u);
+}
+
 }  // namespace
