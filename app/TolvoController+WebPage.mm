@@ -1,7 +1,9 @@
 #import "TolvoController+WebPage.h"
 #import "TolvoController+Lifecycle.h"
 #import "TolvoController+Personalisation.h"
+#import "PageCertificateCheck.h"
 #import "PageDownload.h"
+#include "ActivityLog.h"
 #include "FileExtensionTable.h"
 #include "RelinkWebPage.h"
 
@@ -27,10 +29,17 @@ static const size_t WebPageBaseBufferSize = 256;
 
   // The three status texts are shown as written, not looked up.
   [self statusMsg: [NSString stringWithFormat: @"Downloading \"%@\"", anAddress]];
+  TolvoForgetPageCertificateProblem();
   NSString *aDownload = downloadWebPage(anAddress);
   if (aDownload == nil)
     {
       [self statusMsg: [NSString stringWithFormat: @"Could not download \"%@\"", anAddress]];
+      // Why, when the server was not the one asked for: in the log, below
+      // the status line, which keeps its own text.
+      NSString *aProblem = TolvoLastPageCertificateProblem();
+      if (aProblem != nil)
+        tolvo::writeActivityLogLine([[NSString stringWithFormat:
+          @"The server of \"%@\" could not be verified: %@.", anAddress, aProblem] UTF8String]);
       return nil;
     }
 

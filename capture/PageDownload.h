@@ -4,7 +4,9 @@
 // ends when the whole body has arrived, when the transfer fails, when the
 // time limit passes (a server that accepts and never answers), or when the
 // body grows past the size limit (a server that sends for ever). The status
-// of the answer is not examined: an error page's body is the page.
+// of the answer is not examined: an error page's body is the page. An https
+// page is loaded only from a server whose certificate is verified
+// (PageCertificateCheck.h).
 //
 // Everything runs on the calling (main) thread: the load is driven by
 // running the current run loop in its default mode until it ends.

@@ -1,4 +1,5 @@
 #import "PageDownload.h"
+#import "PageCertificateCheck.h"
 
 const PageDownloadLimits PageDownloadDefaultLimits = { 20.0, 64u * 1024u * 1024u };
 
@@ -105,6 +106,8 @@ NSData *loadPageData(NSURL *theURL, PageDownloadLimits theLimits)
 {
   if (theURL == nil)
     return nil;
+  // An https page comes only from a server whose certificate passes.
+  TolvoRequireVerifiedPageDownloads();
   NSURLRequest *aRequest =
     [NSURLRequest requestWithURL: theURL
                      cachePolicy: NSURLRequestReloadIgnoringLocalCacheData

@@ -1,8 +1,7 @@
-// Whether the server at the other end of a secured connection is the one
-// that was asked for: its certificate chain must lead to an authority that
-// the system trusts (or one named by the `tlsCAFile` or `GSTLSCAFile`
-// preference, which tests use for their own test authority) and the
-// certificate must be made
+// Whether the mail server at the other end of a secured session is the one
+// that was asked for, by the same rules as every secured connection of
+// Tolvo (capture/CertificateCheck.h): a chain to a trusted authority (the
+// system's, or the `tlsCAFile` / `GSTLSCAFile` one) and a certificate made
 // out to the server's host name.
 //
 // Pantomime, over gnustep-base's TLS layer, verifies neither by default.

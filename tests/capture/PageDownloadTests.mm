@@ -2,6 +2,7 @@
 #import <Foundation/Foundation.h>
 #include <gtest/gtest.h>
 
+#import "PageCertificateCheck.h"
 #import "PageDownload.h"
 #import "TestPageServer.h"
 
@@ -13,18 +14,15 @@ NSString *download(NSString *theAddress)
   return AUTORELEASE(downloadWebPage(theAddress));
 }
 
-// Verifies server certificates against the test authority only. GnuTLS in
-// gnustep-base reads the GSTLSCAFile and GSTLSVerifyServer defaults when TLS
-// is first set up and again whenever the defaults change; registered
-// defaults post no change, so the values go into the application's own
-// domain (the test's HOME is fresh).
-void trustTestAuthorityOnly()
+// Trusts the test authority through the preference that mail sessions
+// read too. Nothing asks for verification: it is what every https
+// download does.
+void trustTestAuthority()
 {
   NSString *anAuthority = [TestPageServer certificateAuthorityPath];
   ASSERT_NE(anAuthority, nil);
   NSUserDefaults *someDefaults = [NSUserDefaults standardUserDefaults];
-  [someDefaults setObject: anAuthority forKey: @"GSTLSCAFile"];
-  [someDefaults setObject: @"YES" forKey: @"GSTLSVerifyServer"];
+  [someDefaults setObject: anAuthority forKey: @"tlsCAFile"];
   [someDefaults synchronize];
 }
 
@@ -149,7 +147,7 @@ TEST_F(PageDownloadTest, EachDownloadAsksTheServerAgain)
 
 TEST(PageDownloadHTTPS, APageFromAServerOfTheTrustedAuthority)
 {
-  trustTestAuthorityOnly();
+  trustTestAuthority();
   TestPageServer *aServer = [TestPageServer startHTTPSWithCertificate: @"localhost"];
   ASSERT_NE(aServer, nil);
   NSString *aPage = download([aServer addressOf: @"/page.html"]);
@@ -159,7 +157,7 @@ TEST(PageDownloadHTTPS, APageFromAServerOfTheTrustedAuthority)
 
 TEST(PageDownloadHTTPS, AnErrorPageOverHTTPSIsThePage)
 {
-  trustTestAuthorityOnly();
+  trustTestAuthority();
   TestPageServer *aServer = [TestPageServer startHTTPSWithCertificate: @"localhost"];
   ASSERT_NE(aServer, nil);
   NSString *aPage = download([aServer addressOf: @"/missing.html"]);
@@ -167,19 +165,43 @@ TEST(PageDownloadHTTPS, AnErrorPageOverHTTPSIsThePage)
   EXPECT_NE([aPage rangeOfString: @"<h1>Not Found</h1>"].location, (NSUInteger)NSNotFound);
 }
 
-TEST(PageDownloadHTTPS, AnUntrustedCertificateIsRefusedWhenVerifying)
+TEST(PageDownloadHTTPS, ASelfSignedCertificateIsRefused)
 {
-  // Proves that the trust setting above is what lets the other tests in:
-  // a self-signed certificate is not of the test authority.
-  trustTestAuthorityOnly();
+  trustTestAuthority();
   TestPageServer *aServer = [TestPageServer startHTTPSWithCertificate: @"selfsigned"];
   ASSERT_NE(aServer, nil);
   EXPECT_EQ(download([aServer addressOf: @"/page.html"]), nil);
+  EXPECT_TRUE([TolvoLastPageCertificateProblem() isEqualToString:
+    @"the certificate is not from a trusted authority (self-signed or unknown issuer)"])
+    << [TolvoLastPageCertificateProblem() UTF8String];
+  EXPECT_EQ([[aServer requestedPaths] count], 0u);
+}
+
+// A valid chain is not enough: the certificate must be made out to the
+// host of the page's address.
+TEST(PageDownloadHTTPS, ACertificateForAnotherHostIsRefused)
+{
+  trustTestAuthority();
+  TestPageServer *aServer = [TestPageServer startHTTPSWithCertificate: @"wrong-host"];
+  ASSERT_NE(aServer, nil);
+  EXPECT_EQ(download([aServer addressOf: @"/page.html"]), nil);
+  EXPECT_TRUE([TolvoLastPageCertificateProblem() isEqualToString: @"the certificate is for another host"])
+    << [TolvoLastPageCertificateProblem() UTF8String];
+  EXPECT_EQ([[aServer requestedPaths] count], 0u);
+}
+
+// Without the preference the test authority is nobody the system trusts.
+TEST(PageDownloadHTTPS, AnAuthorityNotTrustedRefusesItsServers)
+{
+  TestPageServer *aServer = [TestPageServer startHTTPSWithCertificate: @"localhost"];
+  ASSERT_NE(aServer, nil);
+  EXPECT_EQ(download([aServer addressOf: @"/page.html"]), nil);
+  EXPECT_EQ([[aServer requestedPaths] count], 0u);
 }
 
 TEST(PageDownloadHTTPS, ASilentServerEndsWithinTheTimeLimit)
 {
-  trustTestAuthorityOnly();
+  trustTestAuthority();
   TestPageServer *aServer = [TestPageServer startHTTPSWithCertificate: @"localhost"];
   ASSERT_NE(aServer, nil);
   PageDownloadLimits someLimits = { 2.0, PageDownloadDefaultLimits.maxBytes };

@@ -1,0 +1,107 @@
+#import "CertificateCheck.h"
+#import <GNUstepBase/GSTLS.h>
+#include <gnutls/gnutls.h>
+#include <gnutls/x509.h>
+#include <objc/runtime.h>
+
+static NSString *const TolvoTLSCAFileKey = @"tlsCAFile";
+
+static id objectIvar(id theObject, const char *theName)
+{
+  if (theObject == nil)
+    return nil;
+  Ivar anIvar = class_getInstanceVariable([theObject class], theName);
+  if (anIvar == NULL)
+    return nil;
+  return *(id *)((char *)theObject + ivar_getOffset(anIvar));
+}
+
+// The GnuTLS session of gnustep-base's TLS session object, which the TLS
+// file handle and the TLS stream handler keep in their "session".
+static gnutls_session_t tlsSessionOf(id theTLS)
+{
+  id aSession = [theTLS isKindOfClass: [GSTLSSession class]] ? theTLS
+                                                            : objectIvar(theTLS, "session");
+  if (aSession == nil || ![aSession isKindOfClass: [GSTLSSession class]])
+    return NULL;
+  return ((GSTLSSession *)aSession)->session;
+}
+
+static NSString *problemForStatus(unsigned int theStatus)
+{
+  if (theStatus & GNUTLS_CERT_UNEXPECTED_OWNER)
+    return @"the certificate is for another host";
+  if (theStatus & GNUTLS_CERT_SIGNER_NOT_FOUND)
+    return @"the certificate is not from a trusted authority (self-signed or unknown issuer)";
+  if (theStatus & GNUTLS_CERT_EXPIRED)
+    return @"the certificate has expired";
+  if (theStatus & GNUTLS_CERT_NOT_ACTIVATED)
+    return @"the certificate is not valid yet";
+  if (theStatus & GNUTLS_CERT_REVOKED)
+    return @"the certificate was revoked";
+  return @"the certificate is not valid";
+}
+
+NSString *TolvoCertificateProblem(id theTLS, NSString *theHost)
+{
+  gnutls_session_t aSession = tlsSessionOf(theTLS);
+  if (aSession == NULL)
+    return @"no secure session to check";
+
+  unsigned int count = 0;
+  const gnutls_datum_t *peers = gnutls_certificate_get_peers(aSession, &count);
+  if (peers == NULL || count == 0)
+    return @"the server sent no certificate";
+
+  gnutls_x509_trust_list_t aTrust = NULL;
+  if (gnutls_x509_trust_list_init(&aTrust, 0) < 0)
+    return @"no trust list";
+  gnutls_x509_trust_list_add_system_trust(aTrust, 0, 0);
+  // The authority named for Tolvo, and the one named for gnustep-base's
+  // own TLS, are both trusted.
+  NSUserDefaults *aStore = [NSUserDefaults standardUserDefaults];
+  [aStore synchronize];
+  NSString *extraAuthorities[] = { [aStore stringForKey: TolvoTLSCAFileKey],
+                                   [aStore stringForKey: GSTLSCAFile] };
+  for (int i = 0; i < 2; i++)
+    {
+      if ([extraAuthorities[i] length] > 0)
+        gnutls_x509_trust_list_add_trust_file(aTrust, [extraAuthorities[i] fileSystemRepresentation],
+                                              NULL, GNUTLS_X509_FMT_PEM, 0, 0);
+    }
+
+  gnutls_x509_crt_t *chain = (gnutls_x509_crt_t *)calloc(count, sizeof(gnutls_x509_crt_t));
+  unsigned int imported = 0;
+  for (; imported < count; imported++)
+    {
+      if (gnutls_x509_crt_init(&chain[imported]) < 0)
+        break;
+      if (gnutls_x509_crt_import(chain[imported], &peers[imported], GNUTLS_X509_FMT_DER) < 0)
+        {
+          gnutls_x509_crt_deinit(chain[imported]);
+          break;
+        }
+    }
+
+  NSString *aProblem = nil;
+  if (imported < count)
+    {
+      aProblem = @"the certificate could not be read";
+    }
+  else
+    {
+      unsigned int aStatus = 0;
+      if (gnutls_x509_trust_list_verify_crt(aTrust, chain, count, 0, &aStatus, NULL) < 0)
+        aProblem = @"the certificate could not be checked";
+      else if (aStatus != 0)
+        aProblem = problemForStatus(aStatus);
+      else if (!gnutls_x509_crt_check_hostname(chain[0], [theHost UTF8String]))
+        aProblem = problemForStatus(GNUTLS_CERT_UNEXPECTED_OWNER);
+    }
+
+  for (unsigned int i = 0; i < imported; i++)
+    gnutls_x509_crt_deinit(chain[i]);
+  free(chain);
+  gnutls_x509_trust_list_deinit(aTrust, 1);
+  return aProblem;
+}
