@@ -108,9 +108,8 @@ typedef struct
   const char *titleSuffix;
 } BrowserRow;
 
-// In table order; each row sits in the position of the browser that the
-// original desktop knew there (Safari, Firefox, Camino, Internet Explorer,
-// OmniWeb), so the two orders of preference keep their shape.
+// In table order, one row per value of Browser; AddressOrder and TitleOrder
+// below rank the rows.
 static const BrowserRow BrowserRows[BrowserCount] = {
   { "chromium chromium-browser chrome google-chrome google-chrome-stable",
     "chromium google-chrome google-chrome-beta google-chrome-unstable",

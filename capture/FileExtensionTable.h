@@ -20,8 +20,8 @@
 namespace tolvo {
 
 // One mapping entry. fileType and fileCreator are the four-character type and
-// creator codes of the original desktop's mappings; /etc/mime.types has none,
-// so they stay 0.
+// creator codes a mapping entry can carry; /etc/mime.types has none, so they
+// stay 0.
 struct FileExtensionEntry {
   std::string extension;  // the key, with its leading dot: ".html"
   std::string mimeType;   // "text/html"

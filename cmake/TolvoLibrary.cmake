@@ -16,7 +16,7 @@ function(tolvo_add_library name)
   file(GLOB _sources CONFIGURE_DEPENDS ${_patterns})
   list(FILTER _sources EXCLUDE REGEX "/main\\.mm$")
   if(NOT _sources)
-    # A subsystem whose first file is still to come: an empty interface.
+    # A folder of headers only: an interface library.
     add_library(${name} INTERFACE)
     target_include_directories(${name} INTERFACE ${CMAKE_CURRENT_SOURCE_DIR})
     target_link_libraries(${name} INTERFACE ${L_LINK})

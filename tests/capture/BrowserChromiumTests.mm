@@ -83,12 +83,16 @@ class ChromiumTest : public ::testing::Test {
     return aName != nil;
   }
 
+  // Whether the DevTools tab list names the page; asked with Debian's
+  // Python, which ./tolvo installs (curl may be missing).
   bool devToolsListShowsPage()
   {
     NSString *aPort = [profile stringByAppendingPathComponent: @"DevToolsActivePort"];
     NSString *aScript = [NSString stringWithFormat:
-      @"port=$(head -n 1 '%@') && curl -s --noproxy '*' --max-time 2 http://127.0.0.1:$port/json/list "
-      @"| grep -q 'Loopback Docs Page' && echo yes", aPort];
+      @"port=$(head -n 1 '%@') && /usr/bin/python3 -c 'import sys, urllib.request\n"
+      @"opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))\n"
+      @"sys.stdout.write(opener.open(sys.argv[1], timeout=2).read().decode(\"utf-8\"))' "
+      @"\"http://127.0.0.1:$port/json/list\" | grep -q 'Loopback Docs Page' && echo yes", aPort];
     return [aScript runScript] != nil;
   }
 
