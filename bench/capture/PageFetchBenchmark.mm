@@ -9,6 +9,12 @@
 //   mail      a run of one recipient through send:, the SMTP class and
 //             Pantomime to Postfix's smtp-sink
 //
+// The download and relink phases check their answer before they count: the
+// text must be the page's bytes as Python reads them, and the relinked text
+// what the relinking engine makes of those bytes; the mail phase must see
+// its one message accepted. A phase with a wrong answer is a failed phase,
+// and any failed phase makes the program exit 1.
+//
 // Each phase runs in a process of its own (this program with --phase), under
 // tests/support/fresh-home and on an X display (xvfb-run when none is set),
 // so ru_maxrss is that phase's own peak.
@@ -23,6 +29,8 @@
 #import "TolvoController.h"
 #import "TolvoController+Lifecycle.h"
 #import "TolvoController+WebPage.h"
+#include "FileExtensionTable.h"
+#include "RelinkWebPage.h"
 
 #include <spawn.h>
 #include <stdio.h>
@@ -94,6 +102,23 @@ static double runChild(const char *const theArguments[], long *thePeakKB)
   return WIFEXITED(aStatus) && WEXITSTATUS(aStatus) == 0 ? aSeconds : -1;
 }
 
+// The page's bytes as a plain client reads them (Python's urllib), for
+// checking an answer outside the timing; nil when they could not be read.
+static NSData *referencePage(NSString *theAddress)
+{
+  NSString *aFile = [NSTemporaryDirectory() stringByAppendingPathComponent:
+                       [NSString stringWithFormat: @"bench-page-reference-%d", (int)getpid()]];
+  NSArray *args = [NSArray arrayWithObjects: @"-c",
+    @"import sys, urllib.request\n"
+    @"o = urllib.request.build_opener(urllib.request.ProxyHandler({}))\n"
+    @"open(sys.argv[2], 'wb').write(o.open(sys.argv[1]).read())", theAddress, aFile, nil];
+  NSData *aPage = nil;
+  if (BenchRunToEnd(BenchPython, args, BenchPhaseSeconds) != nil)
+    aPage = [NSData dataWithContentsOfFile: aFile];
+  unlink([aFile fileSystemRepresentation]);
+  return aPage;
+}
+
 // One phase, in this process; prints "seconds peak_kB note".
 static int runPhase(NSString *thePhase, NSString *theAddress, NSString *theResult)
 {
@@ -119,9 +144,16 @@ static int runPhase(NSString *thePhase, NSString *theAddress, NSString *theResul
       double aStart = now();
       NSString *aPage = downloadWebPage(theAddress);
       aSeconds = aPage != nil ? now() - aStart : -1;
-      aNote = [NSString stringWithFormat: @"%lu characters", (unsigned long)[aPage length]];
-      RELEASE(aPage);
       aPeak = selfPeakKB();
+      aNote = [NSString stringWithFormat: @"%lu characters", (unsigned long)[aPage length]];
+      NSData *aReference = referencePage(theAddress);
+      if (aPage != nil && ![[aPage dataUsingEncoding: NSUTF8StringEncoding] isEqualToData: aReference])
+        {
+          aSeconds = -1;
+          aNote = [NSString stringWithFormat: @"WRONG: %lu characters are not the page's %lu bytes",
+                            (unsigned long)[aPage length], (unsigned long)[aReference length]];
+        }
+      RELEASE(aPage);
     }
   else if ([thePhase isEqualToString: @"relink"])
     {
@@ -132,8 +164,20 @@ static int runPhase(NSString *thePhase, NSString *theAddress, NSString *theResul
       double aStart = now();
       NSString *aPage = [aController getWebPageOrFile];
       aSeconds = aPage != nil ? now() - aStart : -1;
-      aNote = [NSString stringWithFormat: @"%lu characters relinked", (unsigned long)[aPage length]];
       aPeak = selfPeakKB();
+      aNote = [NSString stringWithFormat: @"%lu characters relinked", (unsigned long)[aPage length]];
+      // The engine's own answer for the page's bytes and the typed address.
+      NSData *aReference = referencePage(theAddress);
+      std::string anExpected((const char *)[aReference bytes], [aReference length]);
+      tolvo::relinkWebPage([theAddress UTF8String], anExpected, tolvo::fileExtensionTable());
+      NSData *aRelinked = [aPage dataUsingEncoding: NSUTF8StringEncoding];
+      if (aPage != nil && (aReference == nil || [aRelinked length] != anExpected.size()
+                           || memcmp([aRelinked bytes], anExpected.data(), anExpected.size()) != 0))
+        {
+          aSeconds = -1;
+          aNote = [NSString stringWithFormat: @"WRONG: %lu bytes relinked, the engine makes %lu of the page",
+                            (unsigned long)[aRelinked length], (unsigned long)anExpected.size()];
+        }
     }
   else if ([thePhase isEqualToString: @"mail"])
     {

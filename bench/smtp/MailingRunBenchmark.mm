@@ -7,9 +7,13 @@
 //   2. with STARTTLS and AUTH LOGIN, to the aiosmtpd test server
 //      (tools/outbox/smtp-server).
 //
-// Prints messages per second, the resident memory before the run, after 100
-// messages and after 1,000, what the message bytes hold (lines over 998
-// bytes), and one verdict per target. It runs itself under
+// First checks the answer: every Person mailed exactly once by both Tolvo
+// and smtplib, each message's To: naming its one envelope recipient, and
+// smtplib sending Tolvo's messages byte for byte. Then prints messages per
+// second, the resident memory before the run, after 100 messages and after
+// 1,000, what the message bytes hold (lines over 998 bytes), and one verdict
+// per target. Exits 1 when the answer is wrong or a target is missed. It
+// runs itself under
 // tests/support/fresh-home (and xvfb-run when there is no display), so it
 // never touches the user's preferences, address book or activity log.
 //
@@ -24,6 +28,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -208,26 +213,56 @@ static void printBaseline(const char *theLabel, const Baseline &theBaseline, uns
          theBaseline.failed ? " (failures: " : "", theBaseline.failed ? (theBaseline.error + ")").c_str() : "");
 }
 
+// What must hold before any figure means something.
+struct Checks {
+  std::vector<std::string> lines;
+  bool right = true;
+  void expect(bool theCondition, const char *theLabel, const std::string &theWhat)
+  {
+    lines.push_back(std::string("check   ") + theLabel + std::string(9 - std::min<size_t>(9, strlen(theLabel)), ' ')
+                    + " : " + (theCondition ? "right" : "WRONG") + " (" + theWhat + ")");
+    right = right && theCondition;
+  }
+  void run(const char *theLabel, const MailingFigures &theRun, unsigned long thePersons)
+  {
+    char aWhat[256];
+    snprintf(aWhat, sizeof(aWhat), "Tolvo's run completed and mailed %lu of %lu Persons",
+             theRun.sent, thePersons);
+    expect(theRun.completed && theRun.sent == thePersons, theLabel, aWhat);
+  }
+  void baseline(const char *theLabel, const Baseline &theBaseline, unsigned long thePersons)
+  {
+    char aWhat[256];
+    snprintf(aWhat, sizeof(aWhat), "smtplib sent %lu of %lu messages, %lu failed",
+             theBaseline.sent, thePersons, theBaseline.failed);
+    expect(theBaseline.ok && theBaseline.sent == thePersons && theBaseline.failed == 0, theLabel, aWhat);
+  }
+};
+
 struct Verdicts {
   std::vector<std::string> lines;
+  bool met = true;
   void rate(const char *theLabel, const MailingFigures &theRun, const Baseline &theBaseline)
   {
     double tolvo = theRun.completed ? theRun.sent / theRun.seconds : 0;
     double python = theBaseline.ok && theBaseline.sent ? theBaseline.sent / theBaseline.seconds : 0;
     char aLine[256];
+    bool isMet = tolvo >= python && python > 0;
     snprintf(aLine, sizeof(aLine), "verdict %-9s rate   : %s (Tolvo %.1f messages/s, smtplib %.1f messages/s, %.0f%%)",
-             theLabel, tolvo >= python && python > 0 ? "met" : "not met", tolvo, python,
+             theLabel, isMet ? "met" : "not met", tolvo, python,
              python > 0 ? 100.0 * tolvo / python : 0.0);
     lines.push_back(aLine);
+    met = met && isMet;
   }
   void memory(const char *theLabel, const MailingFigures &theRun)
   {
     double growth = (theRun.residentAfter - theRun.residentAt100) / 1024.0;
     char aLine[256];
+    bool isMet = theRun.completed && growth < BenchGrowthLimitMB;
     snprintf(aLine, sizeof(aLine), "verdict %-9s memory : %s (%.1f MB growth from message 100 to the last, limit %.0f MB)",
-             theLabel, theRun.completed && growth < BenchGrowthLimitMB ? "met" : "not met",
-             growth, BenchGrowthLimitMB);
+             theLabel, isMet ? "met" : "not met", growth, BenchGrowthLimitMB);
     lines.push_back(aLine);
+    met = met && isMet;
   }
 };
 
@@ -270,6 +305,7 @@ int main(int argc, char **argv)
   printf("bench_mailing_run: %lu Persons, page %zu bytes, typed message as HTML (selectedContentType 0), "
          "one SMTP connection per message\n", options.persons, aPage.size());
   Verdicts verdicts;
+  Checks checks;
 
   if (options.plain)
     {
@@ -295,11 +331,27 @@ int main(int argc, char **argv)
       unsigned long sunkBaseline = sinkMessages(aSink);
       [aSink stop];
 
+      NSDictionary *aSummary = JSONLine(BenchRunToEnd(BenchPython, [NSArray arrayWithObjects:
+        sourcePath(@"bench/smtp/smtplib-baseline"), @"summary", tolvoDump, baselineDump,
+        @"--persons", [NSString stringWithFormat: @"%lu", options.persons], nil], 120));
+      checks.run("plain", aRun, options.persons);
+      checks.expect(sunk == options.persons && sunkBaseline == options.persons, "plain",
+                    "smtp-sink counted " + std::to_string(sunk) + " messages from Tolvo and "
+                    + std::to_string(sunkBaseline) + " from smtplib for " + std::to_string(options.persons));
+      id aProblem = [aSummary objectForKey: @"recipients_problem"];
+      checks.expect([[aSummary objectForKey: @"recipients_as_expected"] boolValue], "plain",
+                    std::string("one message per Person, To: naming its envelope recipient")
+                    + ([aProblem isKindOfClass: [NSString class]] ? std::string(": ") + [aProblem UTF8String] : ""));
+      checks.expect([[aSummary objectForKey: @"same_bytes"] boolValue], "plain",
+                    "smtplib sent Tolvo's messages byte for byte");
+      checks.baseline("plain", aBaseline, options.persons);
+      for (const std::string &aLine : checks.lines)
+        printf("%s\n", aLine.c_str());
+      checks.lines.clear();
+
       printRun("plain", aRun, options.persons);
       printBaseline("plain", aBaseline, options.persons);
       printf("plain     smtp-sink counted     : %lu messages from Tolvo, %lu from smtplib\n", sunk, sunkBaseline);
-      NSDictionary *aSummary = JSONLine(BenchRunToEnd(BenchPython, [NSArray arrayWithObjects:
-        sourcePath(@"bench/smtp/smtplib-baseline"), @"summary", tolvoDump, baselineDump, nil], 120));
       if (aSummary != nil)
         {
           printf("message   size (average)        : %ld bytes\n", [[aSummary objectForKey: @"average_bytes"] longValue]);
@@ -360,6 +412,13 @@ int main(int argc, char **argv)
           @"--starttls", @"--cafile", aCA, @"--user", @"bench", @"--password", @"secret", nil]);
       [aServer stop];
 
+      checks.run("tls+auth", aRun, options.persons);
+      if (options.plain)
+        checks.baseline("tls+auth", aBaseline, options.persons);
+      for (const std::string &aLine : checks.lines)
+        printf("%s\n", aLine.c_str());
+      checks.lines.clear();
+
       printRun("tls+auth", aRun, options.persons);
       printBaseline("tls+auth", aBaseline, options.persons);
       verdicts.rate("tls+auth", aRun, aBaseline);
@@ -368,10 +427,14 @@ int main(int argc, char **argv)
 
   for (const std::string &aLine : verdicts.lines)
     printf("%s\n", aLine.c_str());
+  if (!checks.right)
+    printf("bench_mailing_run: the answer is WRONG (see the check lines); the figures mean nothing\n");
+  else if (!verdicts.met)
+    printf("bench_mailing_run: a target is not met\n");
 
   [aPageServer stop];
   RELEASE(tolvo);
   [[NSFileManager defaultManager] removeFileAtPath: work handler: nil];
   [pool release];
-  return 0;
+  return checks.right && verdicts.met ? 0 : 1;
 }
