@@ -64,7 +64,10 @@ TEST_F(MessageTextTest, ShiftJISIsWrittenAndReadBackAsShiftJIS)
   NSString *anHTML = [controller getHTMLMessage];
   ASSERT_NE(anHTML, nil);
   EXPECT_NE([anHTML rangeOfString: @"日本語 Ann Lee"].location, (NSUInteger)NSNotFound) << [anHTML UTF8String];
-  EXPECT_NE([[anHTML lowercaseString] rangeOfString: @"shift_jis"].location, (NSUInteger)NSNotFound);
+  // The document declares the character set it was written in.
+  EXPECT_NE([anHTML rangeOfString:
+              @"<meta http-equiv=\"Content-Type\" content=\"text/html; charset=shift_jis\">"].location,
+            (NSUInteger)NSNotFound) << [anHTML UTF8String];
 }
 
 TEST_F(MessageTextTest, UnknownCharacterSetIndexWritesUTF8)
@@ -73,7 +76,9 @@ TEST_F(MessageTextTest, UnknownCharacterSetIndexWritesUTF8)
   typeMessage(@"Zoë");
   NSString *anHTML = [controller getHTMLMessage];
   EXPECT_NE([anHTML rangeOfString: @"Zoë"].location, (NSUInteger)NSNotFound);
-  EXPECT_NE([[anHTML lowercaseString] rangeOfString: @"utf-8"].location, (NSUInteger)NSNotFound);
+  EXPECT_NE([anHTML rangeOfString:
+              @"<meta http-equiv=\"Content-Type\" content=\"text/html; charset=utf-8\">"].location,
+            (NSUInteger)NSNotFound) << [anHTML UTF8String];
 }
 
 } // namespace

@@ -174,7 +174,27 @@ TEST_F(PreferencesPanelTest, Screenshot)
   [aTask setArguments: [NSArray arrayWithObjects: @"-window", @"root", anOutput, nil]];
   [aTask launch];
   [aTask waitUntilExit];
-  EXPECT_EQ([aTask terminationStatus], 0);
+  ASSERT_EQ([aTask terminationStatus], 0);
+
+  // What the screenshot shows: text inside every field that holds a value
+  // (the password as its dots), none inside the fields left empty. The
+  // inside is the field less a border of 4 pixels.
+  NSArray *filled = [NSArray arrayWithObjects: @"senderEmail", @"senderName", @"serverAddress",
+                                               @"serverPort", @"loginPassword", nil];
+  NSArray *empty = [NSArray arrayWithObjects: @"defaultRecipientEmail", @"defaultRecipientName",
+                                              @"loginUsername", nil];
+  for (NSString *aKey in [filled arrayByAddingObjectsFromArray: empty])
+    {
+      NSView *aField = [panel() controlForKey: aKey];
+      ASSERT_NE(aField, nil) << [aKey UTF8String];
+      double lightest = 0, darkest = 0;
+      ASSERT_TRUE(TolvoScreenshotIntensities(anOutput, NSInsetRect(TolvoScreenRect(aField, [aField bounds]), 4, 4),
+                                             &lightest, &darkest)) << [aKey UTF8String];
+      if ([filled containsObject: aKey])
+        EXPECT_LT(darkest, 80.0) << [aKey UTF8String] << ": no text drawn";
+      else
+        EXPECT_GT(darkest, 200.0) << [aKey UTF8String] << ": something drawn in an empty field";
+    }
 }
 
 }  // namespace

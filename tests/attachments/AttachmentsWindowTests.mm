@@ -312,8 +312,23 @@ TEST_F(AttachmentsWindowTest, Screenshot)
 
   NSString *aPath = ScreenshotPath(@"attachments-window.png");
   SaveScreen(aPath);
-  NSDictionary *anAttributes = [[NSFileManager defaultManager] fileAttributesAtPath: aPath traverseLink: YES];
-  EXPECT_GT([anAttributes fileSize], 1000u) << [aPath UTF8String];
+
+  // What the screenshot shows: each row's path drawn at its left, and only
+  // the selected row (1) on the selection's white at its right end.
+  for (NSInteger aRow = 0; aRow < 4; aRow++)
+    {
+      NSRect aRect = TolvoScreenRect(table, [table rectOfRow: aRow]);
+      NSRect aText = NSMakeRect(NSMinX(aRect) + 2, NSMinY(aRect) + 2, 200, NSHeight(aRect) - 4);
+      NSRect anEnd = NSMakeRect(NSMaxX(aRect) - 40, NSMidY(aRect) - 2, 30, 4);
+      double lightest = 0, darkest = 0;
+      ASSERT_TRUE(TolvoScreenshotIntensities(aPath, aText, &lightest, &darkest));
+      EXPECT_LT(darkest, 80.0) << "row " << aRow << ": no text drawn";
+      ASSERT_TRUE(TolvoScreenshotIntensities(aPath, anEnd, &lightest, &darkest));
+      if (aRow == 1)
+        EXPECT_GE(darkest, 250.0) << "the selected row is not drawn selected";
+      else
+        EXPECT_LT(lightest, 250.0) << "row " << aRow << " is drawn selected";
+    }
 }
 
 } // namespace

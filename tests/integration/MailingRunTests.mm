@@ -5,6 +5,23 @@
 #import "TestSupport.h"
 #import <Addresses/Addresses.h>
 
+// Stands in for the application's delegate to see a quit: terminate: asks
+// it first, and it answers "cancel", so the test process lives on to tell.
+@interface TerminationRecorder : NSObject
+{
+@public
+  NSUInteger requests;
+}
+@end
+
+@implementation TerminationRecorder
+- (NSApplicationTerminateReply) applicationShouldTerminate: (NSApplication *) theApplication
+{
+  requests++;
+  return NSTerminateCancel;
+}
+@end
+
 namespace {
 
 class MailingRunTest : public MailingTest {
@@ -109,18 +126,38 @@ TEST_F(MailingRunTest, SendWithoutAListMailsTheFieldsOnce)
 // The completion action quits only after a run whose last message went.
 TEST_F(MailingRunTest, QuitAfterAFailedLastMessageKeepsTheApplicationOpen)
 {
+  TerminationRecorder *aRecorder = AUTORELEASE([[TerminationRecorder alloc] init]);
+  [NSApp setDelegate: aRecorder];
   ASSERT_TRUE(startServer([NSArray arrayWithObjects: @"--reject-rcpt", @"ann@example.com", nil]));
   setPreference(@"completionAction", [NSNumber numberWithInt: 1]);
   fillRecipient(@"ann@example.com", @"Ann Lee");
   pressSend();
   ASSERT_TRUE(waitForLogLine(@"Message not sent: ", 20));
-  // The refused session is left open and ends by the time limit.
+  // The refused session ends, closed or by the time limit.
   ASSERT_TRUE(TolvoRunLoopUntil(20, [&] {
     return lineIndex("Connection lost.") >= 0 || lineIndex("Connection closed. Done.") >= 0;
   })) << logText();
   TolvoRunLoopUntil(1, [] { return false; });
-  // Still here: terminate: would have ended this process.
+  [NSApp setDelegate: nil];
+  EXPECT_EQ(aRecorder->requests, 0u) << "the application was asked to quit";
   EXPECT_EQ([server messageCount], 0u);
+}
+
+// The same action after a message that went: the application is asked to
+// quit, once (the recorder would see a quit above too).
+TEST_F(MailingRunTest, QuitAfterASuccessfulRunQuits)
+{
+  TerminationRecorder *aRecorder = AUTORELEASE([[TerminationRecorder alloc] init]);
+  [NSApp setDelegate: aRecorder];
+  ASSERT_TRUE(startServer([NSArray array]));
+  setPreference(@"completionAction", [NSNumber numberWithInt: 1]);
+  fillRecipient(@"ann@example.com", @"Ann Lee");
+  pressSend();
+  ASSERT_TRUE([server waitForMessageCount: 1 timeout: 20]) << logText();
+  TolvoRunLoopUntil(10, [&] { return aRecorder->requests > 0; });
+  TolvoRunLoopUntil(0.5, [] { return false; });
+  [NSApp setDelegate: nil];
+  EXPECT_EQ(aRecorder->requests, 1u) << logText();
 }
 
 TEST_F(MailingRunTest, ResetAfterASuccessfulRunClearsTheForm)

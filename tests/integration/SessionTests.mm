@@ -5,6 +5,9 @@
 #import "SMTP.h"
 #import "TestSupport.h"
 
+#include <string>
+#include <vector>
+
 namespace {
 
 class SessionTest : public MailingTest {};
@@ -21,13 +24,32 @@ TEST_F(SessionTest, TestMailEndsWithConnectionClosed)
                        withSubject: @"Tolvo Test Email"];
   ASSERT_TRUE([server waitForMessageCount: 1 timeout: 20]);
   ASSERT_TRUE(waitForLogLine(@"[Mailing completed at ", 10)) << "status: " << [[[controller statusField] stringValue] UTF8String];
-  EXPECT_GE(lineIndex("Composing message to mia@example.com."), 0);
-  EXPECT_GE(lineIndex("Connecting to the 127.0.0.1 server..."), 0);
+  // The test mail's own two lines open the log, in this order, as written.
+  std::vector<std::string> lines = statusLines();
+  ASSERT_GE(lines.size(), 2u) << logText();
+  EXPECT_EQ(lines[0], "Composing message to mia@example.com.");
+  EXPECT_EQ(lines[1], "Connecting to the 127.0.0.1 server...");
   long closed = lineIndex("Connection closed. Done.");
   EXPECT_GT(lineIndex("[Mailing completed at "), closed);
+  // From the sender to the sender, the subject and the body as given, the
+  // body in base64 over its UTF-8 bytes.
   NSDictionary *aMessage = [[server messages] objectAtIndex: 0];
-  EXPECT_TRUE([[TestSMTPServer decodedHeader: @"From" inMessage: aMessage] isEqualToString: @"mia@example.com"]);
-  EXPECT_TRUE([[[[aMessage objectForKey: @"parts"] objectAtIndex: 0] objectForKey: @"content_type"] isEqualToString: @"text/plain"]);
+  EXPECT_TRUE([[TestSMTPServer rawHeader: @"From" inMessage: aMessage] isEqualToString: @"mia@example.com"])
+    << [[TestSMTPServer rawHeader: @"From" inMessage: aMessage] UTF8String];
+  EXPECT_TRUE([[TestSMTPServer rawHeader: @"To" inMessage: aMessage] isEqualToString: @"mia@example.com"])
+    << [[TestSMTPServer rawHeader: @"To" inMessage: aMessage] UTF8String];
+  EXPECT_TRUE([[TestSMTPServer decodedHeader: @"Subject" inMessage: aMessage] isEqualToString: @"Tolvo Test Email"]);
+  NSDictionary *aPart = [[aMessage objectForKey: @"parts"] objectAtIndex: 0];
+  EXPECT_TRUE([[aPart objectForKey: @"content_type"] isEqualToString: @"text/plain"]);
+  EXPECT_TRUE([[aPart objectForKey: @"charset"] isEqualToString: @"utf-8"]);
+  EXPECT_TRUE([[[aPart objectForKey: @"transfer_encoding"] lowercaseString] isEqualToString: @"base64"]);
+  NSData *aBody = [@"If you received this message, email functionality is working."
+                    dataUsingEncoding: NSUTF8StringEncoding];
+  EXPECT_TRUE([[TestSMTPServer payloadOfPart: aPart] isEqualToData: aBody])
+    << std::string((const char *)[[TestSMTPServer payloadOfPart: aPart] bytes],
+                   [[TestSMTPServer payloadOfPart: aPart] length]);
+  NSArray *sentTo = [[[server envelopes] objectAtIndex: 0] objectForKey: @"rcpt_tos"];
+  EXPECT_TRUE([sentTo isEqual: [NSArray arrayWithObject: @"mia@example.com"]]);
 }
 
 TEST_F(SessionTest, MechanismNoneAgainstAServerThatDemandsLoginAbortsTheRun)

@@ -19,3 +19,14 @@ NSString *TolvoSourcePath(NSString *relativePath);
 // when it could not be launched; then *theFailure (if given) says why.
 NSTask *TolvoLaunchLoggedTask(NSString *theLaunchPath, NSArray *theArguments,
                               NSString *theLogPath, NSString **theFailure);
+
+// What a screenshot shows inside a rectangle: the lightest and the darkest
+// pixel intensity (0 black .. 255 white) of the PNG at thePath within
+// theRect, in the image's pixels with the origin at the top-left corner.
+// NO when the file cannot be read or the rectangle holds no pixel.
+bool TolvoScreenshotIntensities(NSString *thePath, NSRect theRect, double *theLightest, double *theDarkest);
+
+// Where a view's rectangle lies on a root-window screenshot: the window's
+// frame placed on the screen, origin top-left (under a bare Xvfb windows
+// have no decorations, so the content starts at the frame's corner).
+NSRect TolvoScreenRect(id theView, NSRect theRect);

@@ -54,3 +54,39 @@ NSTask *TolvoLaunchLoggedTask(NSString *theLaunchPath, NSArray *theArguments,
   NS_ENDHANDLER
   return aTask;
 }
+
+bool TolvoScreenshotIntensities(NSString *thePath, NSRect theRect, double *theLightest, double *theDarkest)
+{
+  NSData *aFile = [NSData dataWithContentsOfFile: thePath];
+  NSBitmapImageRep *anImage = aFile != nil ? [NSBitmapImageRep imageRepWithData: aFile] : nil;
+  if (anImage == nil)
+    return false;
+  NSInteger left = (NSInteger)NSMinX(theRect), top = (NSInteger)NSMinY(theRect);
+  NSInteger right = MIN((NSInteger)NSMaxX(theRect), [anImage pixelsWide]);
+  NSInteger bottom = MIN((NSInteger)NSMaxY(theRect), [anImage pixelsHigh]);
+  double lightest = -1, darkest = 256;
+  for (NSInteger y = MAX(top, 0); y < bottom; y++)
+    for (NSInteger x = MAX(left, 0); x < right; x++)
+      {
+        NSColor *aColor = [[anImage colorAtX: x y: y] colorUsingColorSpaceName: NSCalibratedRGBColorSpace];
+        double anIntensity = 255.0 * (0.299 * [aColor redComponent] + 0.587 * [aColor greenComponent]
+                                      + 0.114 * [aColor blueComponent]);
+        lightest = MAX(lightest, anIntensity);
+        darkest = MIN(darkest, anIntensity);
+      }
+  if (lightest < 0)
+    return false;
+  *theLightest = lightest;
+  *theDarkest = darkest;
+  return true;
+}
+
+NSRect TolvoScreenRect(id theView, NSRect theRect)
+{
+  NSWindow *aWindow = [theView window];
+  NSRect aRect = [theView convertRect: theRect toView: nil];
+  aRect.origin.x += [aWindow frame].origin.x;
+  aRect.origin.y += [aWindow frame].origin.y;
+  aRect.origin.y = NSMaxY([[NSScreen mainScreen] frame]) - NSMaxY(aRect);
+  return aRect;
+}
