@@ -112,6 +112,15 @@ protected:
                     @"sleep", @"0.2", @"mousedown", @"1", @"sleep", @"0.2", @"mouseup", @"1", nil];
   }
 
+  // One press at thePoint, then a second of events for AppKit to act on it.
+  static void PressAndSettle(NSPoint thePoint)
+  {
+    NSTask *aTask = [NSTask launchedTaskWithLaunchPath: @"/usr/bin/xdotool" arguments: ClickAt(thePoint)];
+    DispatchEventsUntil(10.0, [&] { return ![aTask isRunning]; });
+    [aTask waitUntilExit];
+    DispatchEventsUntil(1.0, [] { return false; });
+  }
+
   // Beside the test program, in the build folder's tests/attachments/.
   NSString *ScreenshotPath(NSString *theName)
   {
@@ -240,10 +249,7 @@ TEST_F(AttachmentsWindowTest, SecondMousePressOnDeleteKeepsWhatWasNotDeleted)
   DispatchEventsUntil(0.5, [] { return false; });
   EXPECT_EQ([[table selectedRowIndexes] count], 0u);
 
-  aTask = [NSTask launchedTaskWithLaunchPath: @"/usr/bin/xdotool" arguments: ClickAt(aDelete)];
-  DispatchEventsUntil(10.0, [&] { return ![aTask isRunning]; });
-  [aTask waitUntilExit];
-  DispatchEventsUntil(1.0, [] { return false; });
+  PressAndSettle(aDelete);
   EXPECT_TRUE([[controller getAttachments] isEqual: aRest])
     << [[[controller getAttachments] description] UTF8String];
 }
@@ -255,11 +261,7 @@ TEST_F(AttachmentsWindowTest, MousePressOnDeleteWithNothingSelectedKeepsTheList)
   [table reloadData];
   ShowAtTopLeft();
 
-  NSTask *aTask = [NSTask launchedTaskWithLaunchPath: @"/usr/bin/xdotool"
-                                           arguments: ClickAt(ScreenCentre(Button(@"Delete")))];
-  DispatchEventsUntil(10.0, [&] { return ![aTask isRunning]; });
-  [aTask waitUntilExit];
-  DispatchEventsUntil(1.0, [] { return false; });
+  PressAndSettle(ScreenCentre(Button(@"Delete")));
   EXPECT_TRUE([[controller getAttachments] isEqual: aList])
     << [[[controller getAttachments] description] UTF8String];
 }

@@ -4,6 +4,10 @@ the pointer and the keyboard, ImageMagick's import for screenshots.
 Under a bare Xvfb (no window manager) AppKit misses a quick click, and a
 press that comes with no motion over its target; press() moves, pauses,
 then presses and releases with a pause between."""
+import email
+import email.policy
+import glob
+import os
 import signal
 import subprocess
 import time
@@ -45,6 +49,24 @@ def geometry_of(window):
     left, top = (int(v) for v in fields["Position"].split()[0].split(","))
     width, height = (int(v) for v in fields["Geometry"].split("x"))
     return left, top, width, height
+
+
+def main_windows():
+    """(left, top, width, height) of each of Tolvo's main windows on screen.
+    The menu is a window named "Tolvo" too; a main window is a big one."""
+    found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^Tolvo$"],
+                           capture_output=True, text=True).stdout.split()
+    return [g for g in (geometry_of(w) for w in found) if g[2] >= 500 and g[3] >= 400]
+
+
+def received_messages(store):
+    """The messages the test server kept in `store`, in arrival order,
+    parsed with Python's email package (its default policy)."""
+    messages = []
+    for path in sorted(glob.glob(os.path.join(store, "*.eml"))):
+        with open(path, "rb") as f:
+            messages.append(email.message_from_bytes(f.read(), policy=email.policy.default))
+    return messages
 
 
 def start_test_server(source, store, seconds):

@@ -5,8 +5,6 @@ values, and the status line and the activity log show the run.
 Arguments: the Tolvo executable, the source folder, a folder for screenshots.
 Runs under Xvfb (DISPLAY set) with a fresh HOME (tests/support/fresh-home).
 """
-import email
-import email.policy
 import glob
 import os
 import subprocess
@@ -14,7 +12,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from desktop import configure_sender_and_server, fill_main_window, geometry_of, press, press_send, run, start_test_server, stop, wait_for, xdo  # noqa: E402
+from desktop import configure_sender_and_server, fill_main_window, main_windows, press_send, received_messages, run, start_test_server, stop, wait_for  # noqa: E402
 
 tolvo, source, shots = sys.argv[1], sys.argv[2], sys.argv[3]
 os.makedirs(shots, exist_ok=True)
@@ -27,15 +25,7 @@ try:
     configure_sender_and_server(port)
 
     app = subprocess.Popen([tolvo], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    def main_window():
-        # The menu is a window named "Tolvo" too; the main window is the big one.
-        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^Tolvo$"],
-                               capture_output=True, text=True).stdout.split()
-        big = [geometry_of(w) for w in found]
-        big = [g for g in big if g[2] >= 500 and g[3] >= 400]
-        return big[0] if big else None
-
-    left, top, width, height = wait_for("the main window", 30, main_window)
+    left, top, width, height = wait_for("the main window", 30, lambda: (main_windows() or [None])[0])
     time.sleep(1.5)
 
     # The recipient field has the focus when the window opens; Tab moves on
@@ -51,10 +41,9 @@ try:
         time.sleep(1.0)
         run("import", "-window", "root", os.path.join(shots, "main-window-sent.png"))
 
-    messages = sorted(glob.glob(os.path.join(store, "*.eml")))
-    assert len(messages) == 1, messages
-    with open(messages[0], "rb") as f:
-        message = email.message_from_bytes(f.read(), policy=email.policy.default)
+    messages = received_messages(store)
+    assert len(messages) == 1, len(messages)
+    message = messages[0]
     assert message["To"] == "Ann Lee <ann@example.com>", message["To"]
     assert message["Subject"] == "Spring news", message["Subject"]
     assert message["From"] == "Mia Sender <mia@example.com>", message["From"]

@@ -6,8 +6,6 @@ and the running one mails that address.
 Arguments: the Tolvo executable, the source folder, a folder for screenshots.
 Runs under Xvfb (DISPLAY set) with a fresh HOME (tests/support/fresh-home).
 """
-import email
-import email.policy
 import glob
 import os
 import subprocess
@@ -15,18 +13,11 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from desktop import configure_sender_and_server, geometry_of, press, press_send, run, start_test_server, stop, wait_for, xdo  # noqa: E402
+from desktop import configure_sender_and_server, main_windows, press, press_send, received_messages, run, start_test_server, stop, wait_for, xdo  # noqa: E402
 
 tolvo, source, shots = sys.argv[1], sys.argv[2], sys.argv[3]
 os.makedirs(shots, exist_ok=True)
 store = os.path.join(os.environ["HOME"], "outbox")
-
-
-def main_windows():
-    # The menu is a window named "Tolvo" too; a main window is a big one.
-    found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^Tolvo$"],
-                           capture_output=True, text=True).stdout.split()
-    return [g for g in (geometry_of(w) for w in found) if g[2] >= 500 and g[3] >= 400]
 
 
 server, port = start_test_server(source, store, 170)
@@ -69,10 +60,9 @@ try:
         wait_for("the message", 30, lambda: glob.glob(os.path.join(store, "*.eml")))
     finally:
         run("import", "-window", "root", os.path.join(shots, "handed-over-sent.png"))
-    messages = sorted(glob.glob(os.path.join(store, "*.eml")))
-    assert len(messages) == 1, messages
-    with open(messages[0], "rb") as f:
-        message = email.message_from_bytes(f.read(), policy=email.policy.default)
+    messages = received_messages(store)
+    assert len(messages) == 1, len(messages)
+    message = messages[0]
     assert message["To"] == "Bob Ray <bob@example.com>", message["To"]
     assert message["Subject"] == "From the link", message["Subject"]
     print("1 passed, 0 failed")

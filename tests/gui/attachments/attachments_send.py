@@ -8,8 +8,6 @@ the MIME type that /etc/mime.types gives its extension, and its exact bytes.
 Arguments: the Tolvo executable, the source folder, a folder for screenshots.
 Runs under Xvfb (DISPLAY set) with a fresh HOME (tests/support/fresh-home).
 """
-import email
-import email.policy
 import glob
 import os
 import subprocess
@@ -17,7 +15,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-from desktop import configure_sender_and_server, fill_main_window, geometry_of, press, press_send, run, start_test_server, stop, wait_for, xdo  # noqa: E402
+from desktop import configure_sender_and_server, fill_main_window, received_messages, geometry_of, press, press_send, run, start_test_server, stop, wait_for, xdo  # noqa: E402
 
 tolvo, source, shots = sys.argv[1], sys.argv[2], sys.argv[3]
 os.makedirs(shots, exist_ok=True)
@@ -188,10 +186,9 @@ try:
         time.sleep(1.0)
         screenshot("attachments-sent.png")
 
-    messages = sorted(glob.glob(os.path.join(store, "*.eml")))
-    assert len(messages) == 1, messages
-    with open(messages[0], "rb") as f:
-        message = email.message_from_bytes(f.read(), policy=email.policy.default)
+    messages = received_messages(store)
+    assert len(messages) == 1, len(messages)
+    message = messages[0]
     assert message["To"] == "Ann Lee <ann@example.com>", message["To"]
     assert message["Subject"] == "Files for you", message["Subject"]
     assert message.get_content_type() == "multipart/mixed", message.get_content_type()
