@@ -7,18 +7,6 @@
 namespace tolvo {
 namespace {
 
-// The quote pair whose opening is `open` and closing is `close`, or -1.
-int pairOf(char open, char close) {
-  for (std::size_t pair = 0; pair < kQuotePairs.size(); ++pair) {
-    if (kQuotePairs[pair][0] == open && kQuotePairs[pair][1] == close) return static_cast<int>(pair);
-  }
-  return -1;
-}
-
-}  // namespace
-
-namespace {
-
 constexpr std::array<bool, 256> makeQuoteBytes() {
   std::array<bool, 256> bytes{};
   bytes['"'] = bytes['\''] = bytes['('] = bytes[')'] = true;
@@ -63,12 +51,35 @@ bool ReferenceKeys::mayMatch(std::string_view text) const {
          lastBytes_.test(static_cast<unsigned char>(asciiUpper(text.back())));
 }
 
+bool ReferencePieces::split(std::string_view reference, ReferenceKeys& keys, ReferencePieces& out) {
+  out.pieces.assign(1, std::string());
+  out.quotes.clear();
+  for (char c : reference) {
+    if (isQuoteCharacter(c)) {
+      out.quotes += c;
+      out.pieces.emplace_back();
+    } else {
+      out.pieces.back() += asciiUpper(c);
+    }
+  }
+  // The longest piece has the fewest look-alikes among the page's texts.
+  out.anchor = 0;
+  for (std::size_t i = 1; i < out.pieces.size(); ++i) {
+    if (out.pieces[i].size() > out.pieces[out.anchor].size()) out.anchor = i;
+  }
+  if (out.pieces[out.anchor].empty()) return false;
+  out.anchorKey = keys.add(out.pieces[out.anchor]);
+  return true;
+}
+
 QuotedText::QuotedText(std::string_view text, const ReferenceKeys& keys)
     : keys_(keys), buckets_(keys.size()), size_(text.size()) {
   const auto quoteCount =
       static_cast<std::size_t>(std::count_if(text.begin(), text.end(), isQuoteCharacter));
   marks_.reserve(quoteCount);
   gaps_.reserve(quoteCount);
+  openStamp_.reserve(quoteCount);
+  openOccurrence_.reserve(quoteCount);
   std::size_t previous = std::string_view::npos;
   for (std::size_t at = 0; at < text.size(); ++at) {
     if (!isQuoteCharacter(text[at])) continue;
@@ -89,6 +100,8 @@ QuotedText::QuotedText(std::string_view text, const ReferenceKeys& keys)
 
 std::uint32_t QuotedText::addMark(char character) {
   marks_.push_back(Mark{character});
+  openStamp_.push_back(0);
+  openOccurrence_.push_back(0);
   return static_cast<std::uint32_t>(marks_.size() - 1);
 }
 
@@ -100,21 +113,24 @@ std::uint32_t QuotedText::addGap(std::uint32_t open, std::uint32_t close, std::s
   return gap;
 }
 
-// Puts `gap` into the bucket of its text and quote pair, when a reference
-// could match it there.
+// Puts `gap` into the bucket of its text, when that text may anchor a
+// reference.
 void QuotedText::file(std::uint32_t gap) {
   const Gap& g = gaps_[gap];
   if (!keys_.mayMatch(g.text)) return;
-  const int pair = pairOf(marks_[g.open].character, marks_[g.close].character);
-  if (pair < 0) return;
   upper_.clear();
   for (char c : g.text) upper_ += asciiUpper(c);
   const std::int64_t key = keys_.find(upper_);
-  if (key >= 0) buckets_[static_cast<std::size_t>(key)][static_cast<std::size_t>(pair)].push_back(gap);
+  if (key >= 0) buckets_[static_cast<std::size_t>(key)].push_back(Filed{gap, g.version});
+}
+
+bool QuotedText::isCurrent(const Filed& filed) const {
+  return gaps_[filed.gap].version == filed.version;
 }
 
 void QuotedText::setText(std::uint32_t gap, std::string_view replacement) {
   size_ = size_ - gaps_[gap].text.size() + replacement.size();
+  ++gaps_[gap].version;
   const std::uint32_t close = gaps_[gap].close;
   std::uint32_t current = gap;
   std::size_t pieceStart = 0;
@@ -134,35 +150,106 @@ void QuotedText::setText(std::uint32_t gap, std::string_view replacement) {
   file(current);
 }
 
-void QuotedText::replace(std::uint32_t key, std::size_t pair, std::string_view replacement) {
-  std::vector<std::uint32_t>& bucket = buckets_[key][pair];
-  if (bucket.empty()) return;
-  std::vector<std::uint32_t> matches;
-  matches.swap(bucket);
-  ++visit_;
-  for (std::uint32_t gap : matches) gaps_[gap].visit = visit_;
-  // Matches that share a quote character form a chain, left to right; a
-  // chain starts at a match whose left neighbour is no match.
-  chainStarts_.clear();
-  for (std::uint32_t gap : matches) {
-    const std::uint32_t before = marks_[gaps_[gap].open].gapBefore;
-    if (before == kNone || gaps_[before].visit != visit_) chainStarts_.push_back(gap);
+std::uint32_t QuotedText::nextMark(std::uint32_t mark) const {
+  const std::uint32_t gap = marks_[mark].gapAfter;
+  return gap == kNone ? kNone : gaps_[gap].close;
+}
+
+std::uint32_t QuotedText::previousMark(std::uint32_t mark) const {
+  const std::uint32_t gap = marks_[mark].gapBefore;
+  return gap == kNone ? kNone : gaps_[gap].open;
+}
+
+bool QuotedText::occurrenceAround(std::uint32_t gap, const ReferencePieces& reference,
+                                  const std::array<char, 2>& pair, Occurrence& out) const {
+  // The anchor gap's text is the anchor piece (that is its bucket); the
+  // pieces before it are checked walking left, those after walking right.
+  std::uint32_t mark = gaps_[gap].open;
+  for (std::size_t piece = reference.anchor; piece > 0; --piece) {
+    if (marks_[mark].character != reference.quotes[piece - 1]) return false;
+    const std::uint32_t before = marks_[mark].gapBefore;
+    if (before == kNone || !equalsIgnoringCase(gaps_[before].text, reference.pieces[piece - 1])) return false;
+    mark = gaps_[before].open;
   }
-  for (std::uint32_t start : chainStarts_) {
-    // Behind a replacement the search resumes after its closing character,
-    // so the next match in the chain, which opens on that very character, is
-    // skipped, and the one after it is replaced again.
-    bool replaceThis = true;
-    for (std::uint32_t gap = start; gap != kNone && gaps_[gap].visit == visit_;) {
-      const std::uint32_t next = marks_[gaps_[gap].close].gapAfter;
-      if (replaceThis) {
-        setText(gap, replacement);
-      } else {
-        bucket.push_back(gap);  // still there for a later reference
-      }
-      replaceThis = !replaceThis;
-      gap = next;
+  if (marks_[mark].character != pair[0]) return false;
+  out.open = mark;
+  mark = gaps_[gap].close;
+  for (std::size_t piece = reference.anchor + 1; piece < reference.pieces.size(); ++piece) {
+    if (marks_[mark].character != reference.quotes[piece - 1]) return false;
+    const std::uint32_t after = marks_[mark].gapAfter;
+    if (after == kNone || !equalsIgnoringCase(gaps_[after].text, reference.pieces[piece])) return false;
+    mark = gaps_[after].close;
+  }
+  if (marks_[mark].character != pair[1]) return false;
+  out.close = mark;
+  return true;
+}
+
+void QuotedText::replaceOccurrence(const Occurrence& occurrence, std::string_view replacement) {
+  const std::uint32_t first = marks_[occurrence.open].gapAfter;
+  // The reference's own quote characters and the texts between them leave
+  // the chain; the first gap then reaches the closing mark.
+  for (std::uint32_t gap = first; gaps_[gap].close != occurrence.close;) {
+    const std::uint32_t next = marks_[gaps_[gap].close].gapAfter;
+    size_ -= 1 + gaps_[next].text.size();
+    ++gaps_[next].version;
+    gap = next;
+  }
+  gaps_[first].close = occurrence.close;
+  marks_[occurrence.close].gapBefore = first;
+  setText(first, replacement);
+}
+
+void QuotedText::replace(const ReferencePieces& reference, std::size_t pair,
+                         std::string_view replacement) {
+  std::vector<Filed> filed;
+  filed.swap(buckets_[reference.anchorKey]);
+  if (filed.empty()) return;
+  ++stamp_;
+  occurrences_.clear();
+  for (const Filed& entry : filed) {
+    Occurrence occurrence;
+    if (!isCurrent(entry) || !occurrenceAround(entry.gap, reference, kQuotePairs[pair], occurrence)) continue;
+    openStamp_[occurrence.open] = stamp_;
+    openOccurrence_[occurrence.open] = static_cast<std::uint32_t>(occurrences_.size());
+    occurrences_.push_back(occurrence);
+  }
+  // An occurrence spans `span` + 1 marks, its first one opening it. Left to
+  // right, behind a replacement the search resumes after its closing mark:
+  // of occurrences that share a mark, the later ones are left alone until
+  // one opens behind the last replaced one. Overlapping occurrences form a
+  // group; each group is walked once from its leftmost occurrence.
+  const std::size_t span = reference.quotes.size() + 1;
+  chosen_.clear();
+  for (const Occurrence& occurrence : occurrences_) {
+    bool leftmost = true;
+    std::uint32_t mark = occurrence.open;
+    for (std::size_t back = 0; back < span && leftmost; ++back) {
+      mark = previousMark(mark);
+      if (mark == kNone) break;
+      leftmost = openStamp_[mark] != stamp_;
     }
+    if (!leftmost) continue;
+    chosen_.push_back(openOccurrence_[occurrence.open]);
+    std::size_t replacedUpTo = span;
+    std::size_t reach = span;
+    mark = occurrence.open;
+    for (std::size_t position = 1;; ++position) {
+      mark = nextMark(mark);
+      if (mark == kNone || position > reach) break;
+      if (openStamp_[mark] != stamp_) continue;
+      reach = position + span;
+      if (position > replacedUpTo) {
+        chosen_.push_back(openOccurrence_[mark]);
+        replacedUpTo = position + span;
+      }
+    }
+  }
+  for (std::uint32_t chosen : chosen_) replaceOccurrence(occurrences_[chosen], replacement);
+  // Texts left alone stay filed for a later reference.
+  std::vector<Filed>& bucket = buckets_[reference.anchorKey];
+  for (const Filed& entry : filed) {
+    if (isCurrent(entry)) bucket.push_back(entry);
   }
 }
 
@@ -171,7 +258,8 @@ std::string QuotedText::text() const {
   out.reserve(size_);
   out.append(head_);
   if (marks_.empty()) return out;
-  // Mark 0 is the page's first quote character; marks are never removed.
+  // Mark 0 is the page's first quote character; it opens no occurrence's
+  // inside, so it never leaves the chain.
   for (std::uint32_t mark = 0;;) {
     out += marks_[mark].character;
     const std::uint32_t gap = marks_[mark].gapAfter;

@@ -1,15 +1,18 @@
 // A page seen as its quote characters (" ' ( and )) and the texts between
-// neighbouring ones, for substituting references that hold no quote
-// character themselves.
+// neighbouring ones, for substituting references.
 //
-// Such a reference can only ever match as the whole text between two
-// neighbouring quote characters of the right pair, and replacing it keeps
-// those two characters. So the page is kept as a chain of marks (quote
-// characters) and gaps (the texts between two neighbouring marks), and each
-// gap that may match a reference sits in a bucket named by its upper-cased
-// text and its quote pair. Replacing a reference then visits only its
-// bucket. A replacement that itself holds quote characters splits its gap
-// into new marks and gaps, just as it would split the page's text.
+// A quoted occurrence of a reference, open + reference + close, lines its
+// quote characters up with quote characters of the page: the reference's
+// own quote characters (as in "#attach(java.lang.String)" or
+// "javascript:void(0)") and the two around it. Such an occurrence is
+// therefore a run of neighbouring quote characters of the page whose texts
+// in between equal the reference's pieces. The page is kept as a chain of
+// marks (quote characters) and gaps (the texts between two neighbouring
+// marks), and each gap whose text may anchor a reference sits in a bucket
+// named by its upper-cased text. Replacing a reference visits only the
+// bucket of one of its pieces. A replacement that itself holds quote
+// characters splits its gap into new marks and gaps, just as it would split
+// the page's text; the marks inside a replaced occurrence leave the chain.
 #pragma once
 
 #include <array>
@@ -23,10 +26,10 @@
 
 namespace tolvo {
 
-// The upper-cased references that can match, each with a small number.
+// The upper-cased texts that can anchor a reference, each with a small number.
 class ReferenceKeys {
  public:
-  // The number of `upperText`, adding it when new.
+  // The number of `upperText`, adding it when new; `upperText` is not empty.
   std::uint32_t add(std::string_view upperText);
   // The number of `upperText`, or -1 when it is not one of the keys.
   std::int64_t find(std::string_view upperText) const;
@@ -50,17 +53,31 @@ inline constexpr std::array<std::array<char, 2>, 3> kQuotePairs{{{'"', '"'}, {'\
 bool isQuoteCharacter(char c);
 bool holdsQuoteCharacter(std::string_view text);
 
+// A reference cut at its quote characters: pieces[i] (upper-cased, possibly
+// empty) stands before quotes[i], the last piece after the last quote.
+// One piece that is not empty anchors the search.
+struct ReferencePieces {
+  std::vector<std::string> pieces;
+  std::string quotes;
+  std::size_t anchor = 0;
+  std::uint32_t anchorKey = 0;
+
+  // The pieces of `reference`, or false when every piece is empty (a
+  // reference made of quote characters only, which nothing can anchor).
+  static bool split(std::string_view reference, ReferenceKeys& keys, ReferencePieces& out);
+};
+
 class QuotedText {
  public:
   // Views `text`; `text`, `keys` and every replacement given later must
   // outlive this object.
   QuotedText(std::string_view text, const ReferenceKeys& keys);
 
-  // Replaces, in the text between the quote pair `pair` (an index into
-  // kQuotePairs), every occurrence of the references numbered `key` by
-  // `replacement`, with the left-to-right, resume-behind-the-insertion rule:
-  // of two matches that share a quote character, the second is left alone.
-  void replace(std::uint32_t key, std::size_t pair, std::string_view replacement);
+  // Replaces every occurrence of open + reference + close, for the quote
+  // pair `pair` (an index into kQuotePairs), by open + `replacement` +
+  // close, with the left-to-right, resume-behind-the-insertion rule: of two
+  // occurrences that share a quote character, the second is left alone.
+  void replace(const ReferencePieces& reference, std::size_t pair, std::string_view replacement);
 
   // The whole text as it now stands.
   std::string text() const;
@@ -76,25 +93,46 @@ class QuotedText {
     std::uint32_t open;
     std::uint32_t close;
     std::string_view text;
-    std::uint64_t visit = 0;
+    // Changes whenever the text does or the gap leaves the chain, so that a
+    // bucket's stale entries are known.
+    std::uint32_t version = 0;
   };
-  using Buckets = std::array<std::vector<std::uint32_t>, kQuotePairs.size()>;
+  struct Filed {
+    std::uint32_t gap;
+    std::uint32_t version;
+  };
+  struct Occurrence {
+    std::uint32_t open;   // the mark before the reference
+    std::uint32_t close;  // the mark after it
+  };
 
   std::uint32_t addMark(char character);
   std::uint32_t addGap(std::uint32_t open, std::uint32_t close, std::string_view text);
   void file(std::uint32_t gap);
   void setText(std::uint32_t gap, std::string_view replacement);
+  bool isCurrent(const Filed& filed) const;
+  // The occurrence of `reference` around anchor gap `gap`, if there is one.
+  bool occurrenceAround(std::uint32_t gap, const ReferencePieces& reference,
+                        const std::array<char, 2>& pair, Occurrence& out) const;
+  std::uint32_t nextMark(std::uint32_t mark) const;
+  std::uint32_t previousMark(std::uint32_t mark) const;
+  void replaceOccurrence(const Occurrence& occurrence, std::string_view replacement);
 
   const ReferenceKeys& keys_;
   std::string_view head_;  // before the first mark (all of it when none)
   std::string_view tail_;  // after the last mark
   std::vector<Mark> marks_;
   std::vector<Gap> gaps_;
-  std::vector<Buckets> buckets_;  // one per key number
+  std::vector<std::vector<Filed>> buckets_;  // one per key number
   std::size_t size_ = 0;
-  std::uint64_t visit_ = 0;
-  std::string upper_;  // scratch
-  std::vector<std::uint32_t> chainStarts_;  // scratch
+  // Per mark: the occurrence that opens there, valid when the stamp is the
+  // current one.
+  std::vector<std::uint64_t> openStamp_;
+  std::vector<std::uint32_t> openOccurrence_;
+  std::uint64_t stamp_ = 0;
+  std::string upper_;                    // scratch
+  std::vector<Occurrence> occurrences_;  // scratch
+  std::vector<std::uint32_t> chosen_;    // scratch
 };
 
 }  // namespace tolvo

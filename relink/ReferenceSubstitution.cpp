@@ -35,19 +35,17 @@ void replaceQuotedEverywhere(std::string& text, const std::array<char, 2>& pair,
 
 void substituteReferences(const ReferenceMap& map, std::string& page) {
   const auto& entries = map.entries();
-  // References without quote characters are grouped by their upper-cased
-  // text: references that differ only in letter case match the same places.
-  // The others (rare: an unquoted attribute value running over quotes) keep
-  // -1 and are replaced by a sweep over the whole text.
+  // Each reference is found by one of its pieces between quote characters.
+  // References that differ only in letter case share their pieces, and so
+  // match the same places. A reference made of quote characters alone has
+  // no piece to be found by; it keeps no pieces and is replaced by a sweep
+  // over the whole text.
   ReferenceKeys keys;
-  std::vector<std::int64_t> keyOf(entries.size(), -1);
-  std::string upper;
+  std::vector<ReferencePieces> pieces(entries.size());
+  std::vector<bool> anchored(entries.size(), false);
   for (std::size_t i = 0; i < entries.size(); ++i) {
-    const std::string& reference = entries[i].reference;
-    if (reference.empty() || holdsQuoteCharacter(reference)) continue;
-    upper.clear();
-    for (char c : reference) upper += asciiUpper(c);
-    keyOf[i] = keys.add(upper);
+    if (entries[i].reference.empty()) continue;
+    anchored[i] = ReferencePieces::split(entries[i].reference, keys, pieces[i]);
   }
 
   std::string text;
@@ -65,7 +63,7 @@ void substituteReferences(const ReferenceMap& map, std::string& page) {
     // absent from the page has no quoted occurrence either, so no separate
     // presence test is needed.
     if (entry.reference.empty()) continue;
-    if (keyOf[i] < 0) {
+    if (!anchored[i]) {
       settleText();
       for (const auto& pair : kQuotePairs) {
         replaceQuotedEverywhere(text, pair, entry.reference, entry.absoluteUrl);
@@ -74,7 +72,7 @@ void substituteReferences(const ReferenceMap& map, std::string& page) {
     }
     if (!quoted) quoted.emplace(text, keys);
     for (std::size_t pair = 0; pair < kQuotePairs.size(); ++pair) {
-      quoted->replace(static_cast<std::uint32_t>(keyOf[i]), pair, entry.absoluteUrl);
+      quoted->replace(pieces[i], pair, entry.absoluteUrl);
     }
   }
   settleText();

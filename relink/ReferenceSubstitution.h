@@ -17,9 +17,10 @@ namespace tolvo {
 // quoted occurrences that differ from its reference only in letter case, and
 // a later entry sees the page as the earlier ones left it.
 //
-// Runs in time proportional to the page plus the text inserted, except that
-// each entry whose reference itself holds a quote or parenthesis character
-// costs one more sweep of the page.
+// Runs in time proportional to the page plus the text inserted, whether or
+// not a reference holds quote or parenthesis characters itself
+// ("#attach(java.lang.String)"), except that each reference made of such
+// characters alone costs one more sweep of the page.
 void substituteReferences(const ReferenceMap& map, std::string& page);
 
 }  // namespace tolvo
