@@ -1,6 +1,10 @@
 #include "QuotedText.h"
 
 #include <algorithm>
+#include <cstring>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "ShortText.h"
 
@@ -15,6 +19,41 @@ constexpr std::array<bool, 256> makeQuoteBytes() {
 
 constexpr std::array<bool, 256> kQuoteBytes = makeQuoteBytes();
 
+// The eight bytes of `word` with each of a-z upper-cased, the others kept.
+std::uint64_t upperCasedWord(std::uint64_t word) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101ull;
+  constexpr std::uint64_t kHighBits = 0x8080808080808080ull;
+  const std::uint64_t low7 = word & ~kHighBits;
+  const std::uint64_t fromA = low7 + (0x80 - 'a') * kOnes;      // high bit: byte >= 'a'
+  const std::uint64_t pastZ = low7 + (0x80 - 'z' - 1) * kOnes;  // high bit: byte > 'z'
+  const std::uint64_t lower = (fromA ^ pastZ) & ~word & kHighBits;
+  return word ^ (lower >> 2);
+}
+
+// Position of the first quote character of text[from, end), or the text's
+// size; sixteen bytes a step where the processor has SSE2.
+std::size_t nextQuote(std::string_view text, std::size_t from) {
+  std::size_t at = from;
+#if defined(__SSE2__)
+  const __m128i doubleQuote = _mm_set1_epi8('"');
+  const __m128i singleQuote = _mm_set1_epi8('\'');
+  const __m128i parenthesis = _mm_set1_epi8('(');  // '(' and ')' differ in bit 0
+  const __m128i notBit0 = _mm_set1_epi8(static_cast<char>(0xFE));
+  for (; at + 16 <= text.size(); at += 16) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + at));
+    const __m128i hits = _mm_or_si128(
+        _mm_or_si128(_mm_cmpeq_epi8(bytes, doubleQuote), _mm_cmpeq_epi8(bytes, singleQuote)),
+        _mm_cmpeq_epi8(_mm_and_si128(bytes, notBit0), parenthesis));
+    const int mask = _mm_movemask_epi8(hits);
+    if (mask != 0) return at + static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(mask)));
+  }
+#endif
+  for (; at < text.size(); ++at) {
+    if (kQuoteBytes[static_cast<unsigned char>(text[at])]) return at;
+  }
+  return text.size();
+}
+
 }  // namespace
 
 bool isQuoteCharacter(char c) { return kQuoteBytes[static_cast<unsigned char>(c)]; }
@@ -26,23 +65,55 @@ bool holdsQuoteCharacter(std::string_view text) {
   return false;
 }
 
-std::uint32_t ReferenceKeys::add(std::string_view upperText) {
-  const auto found = ids_.find(upperText);
-  if (found != ids_.end()) return found->second;
-  texts_.emplace_back(upperText);
-  const auto id = static_cast<std::uint32_t>(texts_.size() - 1);
-  ids_.emplace(texts_.back(), id);
-  if (!upperText.empty() && upperText.size() < lengths_.size()) {
-    lengths_.set(upperText.size());
-    firstBytes_.set(static_cast<unsigned char>(upperText.front()));
-    lastBytes_.set(static_cast<unsigned char>(upperText.back()));
+std::uint64_t ReferenceKeys::hashIgnoringCase(std::string_view text) {
+  // Eight bytes at a time, each word upper-cased in place first.
+  std::uint64_t hash = text.size() * 0x9E3779B97F4A7C15ull;
+  for (std::size_t at = 0; at < text.size(); at += 8) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, text.data() + at, std::min<std::size_t>(8, text.size() - at));
+    hash = (hash ^ upperCasedWord(word)) * 0xFF51AFD7ED558CCDull;
+    hash ^= hash >> 29;
+  }
+  return hash;
+}
+
+std::size_t ReferenceKeys::slotOf(std::string_view text, std::uint64_t hash) const {
+  const std::size_t mask = slots_.size() - 1;
+  for (std::size_t slot = static_cast<std::size_t>(hash) & mask;; slot = (slot + 1) & mask) {
+    const std::uint32_t entry = slots_[slot];
+    if (entry == 0 || equalsIgnoringCase(textOf(entry - 1), text)) return slot;
+  }
+}
+
+void ReferenceKeys::grow() {
+  std::vector<std::uint32_t> old;
+  old.swap(slots_);
+  slots_.assign(old.empty() ? 64 : old.size() * 2, 0);
+  for (std::uint32_t entry : old) {
+    if (entry != 0) slots_[slotOf(textOf(entry - 1), hashIgnoringCase(textOf(entry - 1)))] = entry;
+  }
+}
+
+std::uint32_t ReferenceKeys::add(std::string_view text) {
+  if ((spans_.size() + 1) * 2 > slots_.size()) grow();
+  const std::size_t slot = slotOf(text, hashIgnoringCase(text));
+  if (slots_[slot] != 0) return slots_[slot] - 1;
+  const auto id = static_cast<std::uint32_t>(spans_.size());
+  spans_.push_back(Span{static_cast<std::uint32_t>(texts_.size()), static_cast<std::uint32_t>(text.size())});
+  texts_.append(text);
+  slots_[slot] = id + 1;
+  if (!text.empty() && text.size() < lengths_.size()) {
+    lengths_.set(text.size());
+    firstBytes_.set(static_cast<unsigned char>(asciiUpper(text.front())));
+    lastBytes_.set(static_cast<unsigned char>(asciiUpper(text.back())));
   }
   return id;
 }
 
-std::int64_t ReferenceKeys::find(std::string_view upperText) const {
-  const auto found = ids_.find(upperText);
-  return found == ids_.end() ? -1 : static_cast<std::int64_t>(found->second);
+std::int64_t ReferenceKeys::find(std::string_view text) const {
+  if (slots_.empty()) return -1;
+  const std::uint32_t entry = slots_[slotOf(text, hashIgnoringCase(text))];
+  return entry == 0 ? -1 : static_cast<std::int64_t>(entry - 1);
 }
 
 bool ReferenceKeys::mayMatch(std::string_view text) const {
@@ -52,18 +123,23 @@ bool ReferenceKeys::mayMatch(std::string_view text) const {
 }
 
 bool ReferencePieces::split(std::string_view reference, ReferenceKeys& keys, ReferencePieces& out) {
-  out.pieces.assign(1, std::string());
+  out.pieces.clear();
   out.quotes.clear();
-  for (char c : reference) {
-    if (isQuoteCharacter(c)) {
-      out.quotes += c;
-      out.pieces.emplace_back();
-    } else {
-      out.pieces.back() += asciiUpper(c);
-    }
-  }
-  // The longest piece has the fewest look-alikes among the page's texts.
   out.anchor = 0;
+  if (!holdsQuoteCharacter(reference)) {
+    if (reference.empty()) return false;
+    out.anchorKey = keys.add(reference);
+    return true;
+  }
+  std::size_t start = 0;
+  for (std::size_t at = 0; at < reference.size(); ++at) {
+    if (!isQuoteCharacter(reference[at])) continue;
+    out.quotes += reference[at];
+    out.pieces.push_back(reference.substr(start, at - start));
+    start = at + 1;
+  }
+  out.pieces.push_back(reference.substr(start));
+  // The longest piece has the fewest look-alikes among the page's texts.
   for (std::size_t i = 1; i < out.pieces.size(); ++i) {
     if (out.pieces[i].size() > out.pieces[out.anchor].size()) out.anchor = i;
   }
@@ -74,15 +150,14 @@ bool ReferencePieces::split(std::string_view reference, ReferenceKeys& keys, Ref
 
 QuotedText::QuotedText(std::string_view text, const ReferenceKeys& keys)
     : keys_(keys), buckets_(keys.size()), size_(text.size()) {
-  const auto quoteCount =
-      static_cast<std::size_t>(std::count_if(text.begin(), text.end(), isQuoteCharacter));
-  marks_.reserve(quoteCount);
-  gaps_.reserve(quoteCount);
-  openStamp_.reserve(quoteCount);
-  openOccurrence_.reserve(quoteCount);
+  std::size_t expected = 0;
+  for (std::size_t at = nextQuote(text, 0); at < text.size(); at = nextQuote(text, at + 1)) ++expected;
+  marks_.reserve(expected);
+  gaps_.reserve(expected);
+  openStamp_.reserve(expected);
+  openOccurrence_.reserve(expected);
   std::size_t previous = std::string_view::npos;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    if (!isQuoteCharacter(text[at])) continue;
+  for (std::size_t at = nextQuote(text, 0); at < text.size(); at = nextQuote(text, at + 1)) {
     const std::uint32_t mark = addMark(text[at]);
     if (previous == std::string_view::npos) {
       head_ = text.substr(0, at);
@@ -118,9 +193,7 @@ std::uint32_t QuotedText::addGap(std::uint32_t open, std::uint32_t close, std::s
 void QuotedText::file(std::uint32_t gap) {
   const Gap& g = gaps_[gap];
   if (!keys_.mayMatch(g.text)) return;
-  upper_.clear();
-  for (char c : g.text) upper_ += asciiUpper(c);
-  const std::int64_t key = keys_.find(upper_);
+  const std::int64_t key = keys_.find(g.text);
   if (key >= 0) buckets_[static_cast<std::size_t>(key)].push_back(Filed{gap, g.version});
 }
 
@@ -174,7 +247,7 @@ bool QuotedText::occurrenceAround(std::uint32_t gap, const ReferencePieces& refe
   if (marks_[mark].character != pair[0]) return false;
   out.open = mark;
   mark = gaps_[gap].close;
-  for (std::size_t piece = reference.anchor + 1; piece < reference.pieces.size(); ++piece) {
+  for (std::size_t piece = reference.anchor + 1; piece <= reference.quotes.size(); ++piece) {
     if (marks_[mark].character != reference.quotes[piece - 1]) return false;
     const std::uint32_t after = marks_[mark].gapAfter;
     if (after == kNone || !equalsIgnoringCase(gaps_[after].text, reference.pieces[piece])) return false;
@@ -202,7 +275,8 @@ void QuotedText::replaceOccurrence(const Occurrence& occurrence, std::string_vie
 
 void QuotedText::replace(const ReferencePieces& reference, std::size_t pair,
                          std::string_view replacement) {
-  std::vector<Filed> filed;
+  std::vector<Filed>& filed = filed_;
+  filed.clear();
   filed.swap(buckets_[reference.anchorKey]);
   if (filed.empty()) return;
   ++stamp_;

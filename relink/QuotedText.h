@@ -18,30 +18,41 @@
 #include <array>
 #include <bitset>
 #include <cstdint>
-#include <deque>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace tolvo {
 
-// The upper-cased texts that can anchor a reference, each with a small number.
+// The texts that can anchor a reference, compared ignoring case, each with
+// a small number. The texts sit in one buffer and the numbers in an
+// open-addressing table, so that adding thousands of them allocates little
+// and looking a page's text up needs no upper-cased copy of it.
 class ReferenceKeys {
  public:
-  // The number of `upperText`, adding it when new; `upperText` is not empty.
-  std::uint32_t add(std::string_view upperText);
-  // The number of `upperText`, or -1 when it is not one of the keys.
-  std::int64_t find(std::string_view upperText) const;
-  // False when no key can equal `text` once upper-cased, judged by its length
+  // The number of `text` (not empty, at most 255 bytes), adding it when new.
+  std::uint32_t add(std::string_view text);
+  // The number of the key equal to `text` ignoring case, or -1.
+  std::int64_t find(std::string_view text) const;
+  // False when no key can equal `text` ignoring case, judged by its length
   // and its first and last bytes: most quoted texts of a page are turned
-  // away here, before any upper-casing or hashing.
+  // away here, before any hashing.
   bool mayMatch(std::string_view text) const;
-  std::size_t size() const { return texts_.size(); }
+  std::size_t size() const { return spans_.size(); }
 
  private:
-  std::deque<std::string> texts_;  // stays in place, so ids_ may view it
-  std::unordered_map<std::string_view, std::uint32_t> ids_;
+  struct Span {
+    std::uint32_t offset;
+    std::uint32_t length;
+  };
+  static std::uint64_t hashIgnoringCase(std::string_view text);
+  std::string_view textOf(std::uint32_t id) const { return {texts_.data() + spans_[id].offset, spans_[id].length}; }
+  std::size_t slotOf(std::string_view text, std::uint64_t hash) const;
+  void grow();
+
+  std::string texts_;
+  std::vector<Span> spans_;
+  std::vector<std::uint32_t> slots_;  // key number + 1; 0 for an empty slot
   std::bitset<256> lengths_;
   std::bitset<256> firstBytes_;
   std::bitset<256> lastBytes_;
@@ -53,17 +64,19 @@ inline constexpr std::array<std::array<char, 2>, 3> kQuotePairs{{{'"', '"'}, {'\
 bool isQuoteCharacter(char c);
 bool holdsQuoteCharacter(std::string_view text);
 
-// A reference cut at its quote characters: pieces[i] (upper-cased, possibly
-// empty) stands before quotes[i], the last piece after the last quote.
-// One piece that is not empty anchors the search.
+// A reference cut at its quote characters: pieces[i] (possibly empty)
+// stands before quotes[i], the last piece after the last quote; a reference
+// without quote characters keeps no pieces, being its own anchor. One piece
+// that is not empty anchors the search.
 struct ReferencePieces {
-  std::vector<std::string> pieces;
+  std::vector<std::string_view> pieces;  // views of the reference
   std::string quotes;
   std::size_t anchor = 0;
   std::uint32_t anchorKey = 0;
 
-  // The pieces of `reference`, or false when every piece is empty (a
-  // reference made of quote characters only, which nothing can anchor).
+  // The pieces of `reference` (which must outlive them), or false when every
+  // piece is empty: a reference made of quote characters only, which nothing
+  // can anchor.
   static bool split(std::string_view reference, ReferenceKeys& keys, ReferencePieces& out);
 };
 
@@ -130,7 +143,7 @@ class QuotedText {
   std::vector<std::uint64_t> openStamp_;
   std::vector<std::uint32_t> openOccurrence_;
   std::uint64_t stamp_ = 0;
-  std::string upper_;                    // scratch
+  std::vector<Filed> filed_;             // scratch
   std::vector<Occurrence> occurrences_;  // scratch
   std::vector<std::uint32_t> chosen_;    // scratch
 };
