@@ -1,25 +1,11 @@
 #import "MessageLayout.h"
 #import "HeaderText.h"
+#import "MessageData.h"
 #import <Pantomime/CWConstants.h>
 #import <Pantomime/CWInternetAddress.h>
 #import <Pantomime/CWMessage.h>
-#import <Pantomime/CWMIMEMultipart.h>
 #import <Pantomime/CWMIMEUtility.h>
 #import <Pantomime/CWPart.h>
-
-// Charset labels by the character-set preference; any other index sets none.
-// The bytes behind the label are always UTF-8: the label is only a label.
-static NSString *const TolvoCharsetLabels[] = {
-  @"utf-8", @"us-ascii", @"iso-8859-1", @"shift-jis"
-};
-
-static void addTextPart(CWMIMEMultipart *theMultipart, NSString *theText,
-                        NSString *theType, int theCharacterSet)
-{
-  CWPart *aPart = TolvoNewMessageBodyPart(theText, theType, theCharacterSet);
-  [theMultipart addPart: aPart];
-  RELEASE(aPart);
-}
 
 // The address read by the mail library from "<address>", as it always was;
 // the name is set apart, so nothing in it can be taken for an address.
@@ -50,7 +36,7 @@ NSString *TolvoMailboxAddress(NSString *theAddress)
 
 CWMessage *TolvoMessageWithHeaders(id<MessageSource> theSource)
 {
-  CWMessage *aMessage = AUTORELEASE([[CWMessage alloc] init]);
+  CWMessage *aMessage = AUTORELEASE([[TolvoComposedMessage alloc] init]);
   [aMessage setSubject: TolvoHeaderText([theSource getSubject])];
 
   // The name is asked for before the address, so when both are missing
@@ -70,41 +56,50 @@ CWMessage *TolvoMessageWithHeaders(id<MessageSource> theSource)
 
 void TolvoAddMessageBody(CWMessage *theMessage, id<MessageSource> theSource)
 {
-  CWMIMEMultipart *aMultipart = AUTORELEASE([[CWMIMEMultipart alloc] init]);
+  NSData *aBoundary = [CWMIMEUtility globallyUniqueBoundary];
+  [theMessage setContentTransferEncoding: PantomimeEncodingNone];
+  [theMessage setContentType: @"multipart/mixed"];
+  [theMessage setBoundary: aBoundary];
+
+  TolvoMessageBytes someBytes = { [NSMutableData data] };
+  TolvoAppendHeaders(&someBytes, theMessage);
   int aCharacterSet = [theSource getSelectedCharacterSet];
 
   int aContentType = [theSource getSelectedContentType];
   if (aContentType == 1)
-    addTextPart(aMultipart, [theSource getMessage], @"text/plain", aCharacterSet);
+    TolvoAppendTextPart(&someBytes, aBoundary, [theSource getMessage], @"text/plain", aCharacterSet);
   else if (aContentType == 0)
-    addTextPart(aMultipart, [theSource getHTMLMessage], @"text/html", aCharacterSet);
+    TolvoAppendTextPart(&someBytes, aBoundary, [theSource getHTMLMessage], @"text/html", aCharacterSet);
 
-  if ([theSource getWebPageOrFileContents] != nil)
-    addTextPart(aMultipart, [theSource getWebPageOrFileContents], @"text/html", aCharacterSet);
+  // Each call personalises a copy of the whole page: every copy goes as
+  // soon as it has been looked at or written.
+  NSAutoreleasePool *aPool = [NSAutoreleasePool new];
+  BOOL hasPage = [theSource getWebPageOrFileContents] != nil;
+  [aPool release];
+  if (hasPage)
+    {
+      aPool = [NSAutoreleasePool new];
+      TolvoAppendTextPart(&someBytes, aBoundary, [theSource getWebPageOrFileContents],
+                          @"text/html", aCharacterSet);
+      [aPool release];
+    }
 
   // The list may change while files are read; its count is read anew.
   NSArray *paths = [[theSource getAttachments] getAttachments];
   for (NSUInteger i = 0; i < [paths count]; i++)
     {
+      aPool = [NSAutoreleasePool new];
       NSString *aPath = [paths objectAtIndex: i];
       NSData *aFile = [NSData dataWithContentsOfFile: aPath];
-      if (aFile == nil)
-        continue;
-      CWPart *aPart = [[CWPart alloc] init];
-      [aPart setContentTransferEncoding: PantomimeEncodingBase64];
-      [aPart setFilename: TolvoHeaderText([aPath lastPathComponent])];
-      NSString *aType = TolvoMIMETypeForPath(aPath);
-      if (aType != nil)
-        [aPart setContentType: aType];
-      [aPart setContent: aFile];
-      [aMultipart addPart: aPart];
-      RELEASE(aPart);
+      if (aFile != nil)
+        TolvoAppendFilePart(&someBytes, aBoundary, aFile, TolvoHeaderText([aPath lastPathComponent]),
+                            TolvoMIMETypeForPath(aPath));
+      [aPool release];
     }
+  TolvoAppendClosingBoundary(&someBytes, aBoundary);
 
-  [theMessage setContentTransferEncoding: PantomimeEncodingNone];
-  [theMessage setContentType: @"multipart/mixed"];
-  [theMessage setBoundary: [CWMIMEUtility globallyUniqueBoundary]];
-  [theMessage setContent: aMultipart];
+  if ([theMessage isKindOfClass: [TolvoComposedMessage class]])
+    [(TolvoComposedMessage *)theMessage setComposedData: someBytes.bytes];
 }
 
 CWMessage *TolvoComposeMessage(id<MessageSource> theSource)
@@ -117,9 +112,9 @@ CWMessage *TolvoComposeMessage(id<MessageSource> theSource)
 CWPart *TolvoNewMessageBodyPart(NSString *theText, NSString *theType, int theCharacterSet)
 {
   CWPart *aPart = [[CWPart alloc] init];
-  if (theCharacterSet >= 0 && theCharacterSet < 4)
-    [aPart setCharset: TolvoCharsetLabels[theCharacterSet]];
-  [aPart setContentTransferEncoding: PantomimeEncoding8bit];
+  if (TolvoCharsetLabel(theCharacterSet) != nil)
+    [aPart setCharset: TolvoCharsetLabel(theCharacterSet)];
+  [aPart setContentTransferEncoding: theText == nil ? PantomimeEncoding8bit : TolvoTextTransferEncoding(theText)];
   [aPart setContentType: theType];
   NSData *aBody = [theText dataUsingEncoding: NSUTF8StringEncoding];
   if (aBody != nil)

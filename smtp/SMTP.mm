@@ -1,7 +1,7 @@
 #import "SMTP+Private.h"
 #import "LocalizedStrings.h"
+#import "SMTPTransport.h"
 #import <Pantomime/CWMessage.h>
-#import "GuardedSMTP.h"
 
 @implementation SMTP
 
@@ -103,7 +103,7 @@
 {
   NSString *aServer = [_controller getServer];
   int aPort = [_controller getPort];
-  _smtp = [[GuardedSMTP alloc] initWithName: aServer port: aPort];
+  _smtp = [[TolvoSMTPTransport alloc] initWithName: aServer port: aPort];
   [_smtp setDelegate: self];
   [_smtp setMessage: theMessage];
   [self _prepareSession];
