@@ -18,6 +18,7 @@ Serves a few fixed behaviours by path, over HTTP or (with --cert/--key) HTTPS:
   /generated?bytes=N    an HTML page of exactly N bytes with relative
                         references throughout (for the benchmark)
   /title/<anything>     a page whose <title> is the rest of the path
+  /pages/NAME           the file NAME of the --pages folder, byte for byte
   /json/list            the contents of --json-list: a stand-in for a
                         Chromium-family browser's DevTools tab list
 
@@ -154,6 +155,14 @@ class Handler(BaseHTTPRequestHandler):
             query = urllib.parse.parse_qs(url.query)
             size = int(query.get('bytes', ['1000000'])[0])
             self.send_body(200, self.server.generated(size))
+        elif path.startswith('/pages/') and self.server.pages:
+            # A saved page of --pages, byte for byte.
+            name = os.path.basename(urllib.parse.unquote(path[len('/pages/'):]))
+            try:
+                with open(os.path.join(self.server.pages, name), 'rb') as f:
+                    self.send_body(200, f.read())
+            except OSError:
+                self.send_body(404, MISSING.encode('utf-8'))
         elif path == '/silent':
             # Holds the connection open without a byte of answer.
             deadline = time.monotonic() + hold
@@ -207,6 +216,7 @@ def main():
     parser.add_argument('--key')
     parser.add_argument('--watch-pid', type=int)
     parser.add_argument('--json-list')
+    parser.add_argument('--pages', help='serve the files of this folder as /pages/NAME')
     parser.add_argument('--hold', type=float, default=120.0,
                         help='seconds the silent and endless answers last')
     parser.add_argument('--pregenerate', type=int, default=0,
@@ -217,6 +227,7 @@ def main():
     server.requests_path = args.requests
     server.hold = args.hold
     server.json_list = args.json_list
+    server.pages = args.pages
     if args.pregenerate:
         server.generated(args.pregenerate)
     if args.cert:

@@ -17,8 +17,10 @@ NSString *TolvoSourcePath(NSString *relativePath);
 // log file of its own (a server that inherited the test's output would hold
 // CTest's pipe open after a crash). A new task, owned by the caller, or nil
 // when it could not be launched; then *theFailure (if given) says why.
+// theExtraEnvironment's variables are added to the test's own.
 NSTask *TolvoLaunchLoggedTask(NSString *theLaunchPath, NSArray *theArguments,
-                              NSString *theLogPath, NSString **theFailure);
+                              NSString *theLogPath, NSString **theFailure,
+                              NSDictionary *theExtraEnvironment = nil);
 
 // What a screenshot shows inside a rectangle: the lightest and the darkest
 // pixel intensity (0 black .. 255 white) of the PNG at thePath within

@@ -35,12 +35,20 @@ NSString *TolvoSourcePath(NSString *relativePath)
 }
 
 NSTask *TolvoLaunchLoggedTask(NSString *theLaunchPath, NSArray *theArguments,
-                              NSString *theLogPath, NSString **theFailure)
+                              NSString *theLogPath, NSString **theFailure,
+                              NSDictionary *theExtraEnvironment)
 {
   [[NSFileManager defaultManager] createFileAtPath: theLogPath contents: nil attributes: nil];
   NSTask *aTask = [NSTask new];
   [aTask setLaunchPath: theLaunchPath];
   [aTask setArguments: theArguments];
+  if (theExtraEnvironment != nil)
+    {
+      NSMutableDictionary *anEnvironment =
+        [NSMutableDictionary dictionaryWithDictionary: [[NSProcessInfo processInfo] environment]];
+      [anEnvironment addEntriesFromDictionary: theExtraEnvironment];
+      [aTask setEnvironment: anEnvironment];
+    }
   [aTask setStandardInput: [NSFileHandle fileHandleWithNullDevice]];
   [aTask setStandardOutput: [NSFileHandle fileHandleForWritingAtPath: theLogPath]];
   [aTask setStandardError: [aTask standardOutput]];
