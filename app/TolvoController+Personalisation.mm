@@ -1,11 +1,44 @@
 #import "TolvoController+Personalisation.h"
 #import "TolvoController+Settings.h"
 
+#include <ctype.h>
+
 // The tags in the fixed order in which they are applied. A value that itself
 // holds a tag is replaced again only by a tag that comes later here.
 static NSString *const TolvoTagOrder[] = {
   @"{to}", @"{toName}", @"{from}", @"{fromName}", @"{subject}"
 };
+
+// Whether theText holds theTag, ignoring the case of ASCII letters (tags
+// are ASCII, and no other character lower-cases to one of their letters).
+// The text is read a piece at a time: a page of a run is personalised for
+// every message, and a lower-cased copy of it would cost its size again.
+static BOOL holdsTag(NSString *theText, NSString *theTag)
+{
+  enum { Piece = 4096, LongestTag = 16 };
+  NSUInteger tagLength = [theTag length];
+  unichar tag[LongestTag];
+  [[theTag lowercaseString] getCharacters: tag range: NSMakeRange(0, tagLength)];
+  unichar piece[Piece + LongestTag];
+  NSUInteger aLength = [theText length];
+  for (NSUInteger at = 0; at < aLength; at += Piece)
+    {
+      // Pieces overlap by the tag's length, so a tag across two is seen.
+      NSUInteger count = MIN(Piece + tagLength - 1, aLength - at);
+      [theText getCharacters: piece range: NSMakeRange(at, count)];
+      for (NSUInteger i = 0; i < MIN((NSUInteger)Piece, count) && i + tagLength <= count; i++)
+        {
+          if (piece[i] != '{')
+            continue;
+          NSUInteger j = 1;
+          while (j < tagLength && (piece[i + j] < 128 ? tolower(piece[i + j]) : piece[i + j]) == tag[j])
+            j++;
+          if (j == tagLength)
+            return YES;
+        }
+    }
+  return NO;
+}
 
 @implementation TolvoController (Personalisation)
 
@@ -26,9 +59,8 @@ static NSString *const TolvoTagOrder[] = {
     nil];
 
   // A page of a run is personalised for every message, and most pages hold
-  // no tag at all: a plain search of a lower-cased copy tells whether a
-  // tag is there before the slower case-insensitive replacement runs.
-  NSString *lowered = [aString lowercaseString];
+  // no tag at all: a plain scan tells whether a tag is there before the
+  // slower case-insensitive replacement runs.
   for (size_t i = 0; i < sizeof(TolvoTagOrder) / sizeof(TolvoTagOrder[0]); i++)
     {
       NSString *aTag = TolvoTagOrder[i];
@@ -36,13 +68,12 @@ static NSString *const TolvoTagOrder[] = {
       NSString *aValue = [self performSelector: aGetter];
       if (aValue == nil)
         continue;
-      if ([lowered rangeOfString: [aTag lowercaseString]].location == NSNotFound)
+      if (!holdsTag(aString, aTag))
         continue;
       [aString replaceOccurrencesOfString: aTag
                                withString: aValue
                                   options: NSCaseInsensitiveSearch
                                     range: NSMakeRange(0, [aString length])];
-      lowered = [aString lowercaseString];
     }
   return aString;
 }

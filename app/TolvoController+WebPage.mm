@@ -30,8 +30,16 @@ static const size_t WebPageBaseBufferSize = 256;
   // The three status texts are shown as written, not looked up.
   [self statusMsg: [NSString stringWithFormat: @"Downloading \"%@\"", anAddress]];
   TolvoForgetPageCertificateProblem();
-  NSString *aDownload = downloadWebPage(anAddress);
-  if (aDownload == nil)
+  // The page's UTF-8 bytes go straight into the engine's text, and the
+  // downloaded body with this pool, so a large page is held once.
+  std::string aPage;
+  NSAutoreleasePool *aPool = [NSAutoreleasePool new];
+  NSData *someBytes = downloadWebPageUTF8(anAddress);
+  BOOL loaded = someBytes != nil;
+  if (loaded)
+    aPage.assign((const char *)[someBytes bytes], [someBytes length]);
+  [aPool release];
+  if (!loaded)
     {
       [self statusMsg: [NSString stringWithFormat: @"Could not download \"%@\"", anAddress]];
       // Why, when the server was not the one asked for: in the log, below
@@ -50,17 +58,6 @@ static const size_t WebPageBaseBufferSize = 256;
                 maxLength: sizeof(aBase)
                  encoding: [NSString defaultCStringEncoding]])
     aBase[0] = '\0';
-
-  std::string aPage;
-  {
-    // The UTF-8 copy goes with this pool before relinking starts, so that a
-    // large page is not held three times over.
-    NSAutoreleasePool *aPool = [NSAutoreleasePool new];
-    NSData *someBytes = [aDownload dataUsingEncoding: NSUTF8StringEncoding];
-    aPage.assign((const char *)[someBytes bytes], [someBytes length]);
-    [aPool release];
-  }
-  RELEASE(aDownload);
 
   [self statusMsg: @"Relinking web page..."];
   tolvo::relinkWebPage(aBase, aPage, tolvo::fileExtensionTable());

@@ -34,6 +34,11 @@ void setPageDownloadLimits(PageDownloadLimits theLimits);
 // character set is ignored. An answer without a byte of body is nil too.
 NSString *downloadWebPage(NSString *theAddress);
 
+// The same page as downloadWebPage gives, as its UTF-8 bytes (autoreleased),
+// or nil: a body that already is UTF-8 is answered as it came, without a
+// text made of it, so a large page is not held twice over.
+NSData *downloadWebPageUTF8(NSString *theAddress);
+
 // The body bytes at theURL within theLimits (autoreleased), or nil.
 NSData *loadPageData(NSURL *theURL, PageDownloadLimits theLimits);
 

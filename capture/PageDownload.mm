@@ -164,3 +164,58 @@ NSString *downloadWebPage(NSString *theAddress)
   [aPool release];
   return aText;
 }
+
+// Whether the bytes are UTF-8 as the string class reads it: no overlong
+// forms, no surrogates, nothing beyond U+10FFFF, no cut sequence.
+static BOOL isUTF8(const unsigned char *theBytes, NSUInteger theLength)
+{
+  for (NSUInteger at = 0; at < theLength;)
+    {
+      unsigned char c = theBytes[at];
+      if (c < 0x80)
+        {
+          at++;
+          continue;
+        }
+      NSUInteger size = c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : c >= 0xC0 ? 2 : 0;
+      if (size == 0 || c > 0xF4 || at + size > theLength)
+        return NO;
+      unsigned int value = c & (0x7F >> size);
+      for (NSUInteger i = 1; i < size; i++)
+        {
+          if ((theBytes[at + i] & 0xC0) != 0x80)
+            return NO;
+          value = (value << 6) | (theBytes[at + i] & 0x3F);
+        }
+      static const unsigned int smallest[] = { 0, 0, 0x80, 0x800, 0x10000 };
+      if (value < smallest[size] || value > 0x10FFFF || (value >= 0xD800 && value <= 0xDFFF))
+        return NO;
+      at += size;
+    }
+  return YES;
+}
+
+NSData *downloadWebPageUTF8(NSString *theAddress)
+{
+  if (theAddress == nil)
+    return nil;
+  NSURL *aURL = [NSURL URLWithString: theAddress];
+  if (aURL == nil)
+    return nil;
+  NSData *aBody = loadPageData(aURL, pageDownloadLimits());
+  if (aBody == nil)
+    return nil;
+  const unsigned char *bytes = (const unsigned char *)[aBody bytes];
+  NSUInteger aLength = [aBody length];
+  if (isUTF8(bytes, aLength))
+    {
+      // A leading byte-order mark is no part of the text.
+      if (aLength >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF)
+        return [aBody subdataWithRange: NSMakeRange(3, aLength - 3)];
+      return aBody;
+    }
+  NSString *aText = newPageTextFromData(aBody);
+  NSData *someBytes = [aText dataUsingEncoding: NSUTF8StringEncoding];
+  RELEASE(aText);
+  return someBytes;
+}
