@@ -46,7 +46,9 @@ static BOOL holdsTag(NSString *theText, NSString *theTag)
 {
   if (theText == nil)
     return nil;
-  NSMutableString *aString = [NSMutableString stringWithString: theText];
+  // A mutable copy made at once: building one from the text grows it
+  // piece by piece, and a large page then costs its size twice over.
+  NSMutableString *aString = AUTORELEASE([theText mutableCopy]);
 
   // Tag -> name of the getter whose value replaces it, built afresh on
   // every call; the getter is found by its name.
