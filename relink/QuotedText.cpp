@@ -150,127 +150,119 @@ bool ReferencePieces::split(std::string_view reference, ReferenceKeys& keys, Ref
 
 QuotedText::QuotedText(std::string_view text, const ReferenceKeys& keys)
     : keys_(keys), buckets_(keys.size()), size_(text.size()) {
+  sources_.push_back(text);
   std::size_t expected = 0;
   for (std::size_t at = nextQuote(text, 0); at < text.size(); at = nextQuote(text, at + 1)) ++expected;
-  marks_.reserve(expected);
-  gaps_.reserve(expected);
-  openStamp_.reserve(expected);
-  openOccurrence_.reserve(expected);
-  std::size_t previous = std::string_view::npos;
+  nodes_.reserve(expected);
+  std::uint32_t previous = kNone;
+  std::size_t previousAt = 0;
   for (std::size_t at = nextQuote(text, 0); at < text.size(); at = nextQuote(text, at + 1)) {
-    const std::uint32_t mark = addMark(text[at]);
-    if (previous == std::string_view::npos) {
+    const std::uint32_t node = addNode(text[at]);
+    if (previous == kNone) {
       head_ = text.substr(0, at);
     } else {
-      file(addGap(mark - 1, mark, text.substr(previous + 1, at - previous - 1)));
+      nodes_[previous].next = node;
+      nodes_[node].previous = previous;
+      setTextOf(nodes_[previous], 0, previousAt + 1, at - previousAt - 1);
+      file(previous);
     }
-    previous = at;
+    previous = node;
+    previousAt = at;
   }
-  if (previous == std::string_view::npos) {
+  if (previous == kNone) {
     head_ = text;
   } else {
-    tail_ = text.substr(previous + 1);
+    setTextOf(nodes_[previous], 0, previousAt + 1, text.size() - previousAt - 1);
   }
 }
 
-std::uint32_t QuotedText::addMark(char character) {
-  marks_.push_back(Mark{character});
-  openStamp_.push_back(0);
-  openOccurrence_.push_back(0);
-  return static_cast<std::uint32_t>(marks_.size() - 1);
+void QuotedText::setTextOf(Node& node, std::uint32_t source, std::size_t start, std::size_t size) {
+  node.source = source;
+  node.start = static_cast<std::uint32_t>(start);
+  node.size = static_cast<std::uint32_t>(size);
 }
 
-std::uint32_t QuotedText::addGap(std::uint32_t open, std::uint32_t close, std::string_view text) {
-  gaps_.push_back(Gap{open, close, text});
-  const auto gap = static_cast<std::uint32_t>(gaps_.size() - 1);
-  marks_[open].gapAfter = gap;
-  marks_[close].gapBefore = gap;
-  return gap;
+std::uint32_t QuotedText::addNode(char character) {
+  nodes_.emplace_back();
+  nodes_.back().character = character;
+  return static_cast<std::uint32_t>(nodes_.size() - 1);
 }
 
-// Puts `gap` into the bucket of its text, when that text may anchor a
-// reference.
-void QuotedText::file(std::uint32_t gap) {
-  const Gap& g = gaps_[gap];
-  if (!keys_.mayMatch(g.text)) return;
-  const std::int64_t key = keys_.find(g.text);
-  if (key >= 0) buckets_[static_cast<std::size_t>(key)].push_back(Filed{gap, g.version});
+// Puts the gap after `node` into the bucket of its text, when that text
+// may anchor a reference.
+void QuotedText::file(std::uint32_t node) {
+  const Node& n = nodes_[node];
+  if (n.next == kNone) return;
+  const std::string_view text = textOf(n);
+  if (!keys_.mayMatch(text)) return;
+  const std::int64_t key = keys_.find(text);
+  if (key >= 0) buckets_[static_cast<std::size_t>(key)].push_back(Filed{node, n.version});
 }
 
 bool QuotedText::isCurrent(const Filed& filed) const {
-  return gaps_[filed.gap].version == filed.version;
+  return nodes_[filed.node].version == filed.version;
 }
 
-void QuotedText::setText(std::uint32_t gap, std::string_view replacement) {
-  size_ = size_ - gaps_[gap].text.size() + replacement.size();
-  ++gaps_[gap].version;
-  const std::uint32_t close = gaps_[gap].close;
-  std::uint32_t current = gap;
+void QuotedText::setText(std::uint32_t node, std::uint32_t source) {
+  const std::string_view replacement = sources_[source];
+  size_ = size_ - nodes_[node].size + replacement.size();
+  ++nodes_[node].version;
+  const std::uint32_t close = nodes_[node].next;
+  std::uint32_t current = node;
   std::size_t pieceStart = 0;
   for (std::size_t at = 0; at < replacement.size(); ++at) {
     if (!isQuoteCharacter(replacement[at])) continue;
-    // The replacement's own quote characters become marks, and the gap is
+    // The replacement's own quote characters become nodes, and the gap is
     // split around them.
-    const std::uint32_t mark = addMark(replacement[at]);
-    gaps_[current].text = replacement.substr(pieceStart, at - pieceStart);
-    gaps_[current].close = mark;
-    marks_[mark].gapBefore = current;
+    const std::uint32_t added = addNode(replacement[at]);
+    setTextOf(nodes_[current], source, pieceStart, at - pieceStart);
+    nodes_[current].next = added;
+    nodes_[added].previous = current;
     file(current);
-    current = addGap(mark, close, {});
+    current = added;
     pieceStart = at + 1;
   }
-  gaps_[current].text = replacement.substr(pieceStart);
+  setTextOf(nodes_[current], source, pieceStart, replacement.size() - pieceStart);
+  nodes_[current].next = close;
+  if (close != kNone) nodes_[close].previous = current;
   file(current);
 }
 
-std::uint32_t QuotedText::nextMark(std::uint32_t mark) const {
-  const std::uint32_t gap = marks_[mark].gapAfter;
-  return gap == kNone ? kNone : gaps_[gap].close;
-}
-
-std::uint32_t QuotedText::previousMark(std::uint32_t mark) const {
-  const std::uint32_t gap = marks_[mark].gapBefore;
-  return gap == kNone ? kNone : gaps_[gap].open;
-}
-
-bool QuotedText::occurrenceAround(std::uint32_t gap, const ReferencePieces& reference,
+bool QuotedText::occurrenceAround(std::uint32_t node, const ReferencePieces& reference,
                                   const std::array<char, 2>& pair, Occurrence& out) const {
   // The anchor gap's text is the anchor piece (that is its bucket); the
   // pieces before it are checked walking left, those after walking right.
-  std::uint32_t mark = gaps_[gap].open;
+  std::uint32_t mark = node;
   for (std::size_t piece = reference.anchor; piece > 0; --piece) {
-    if (marks_[mark].character != reference.quotes[piece - 1]) return false;
-    const std::uint32_t before = marks_[mark].gapBefore;
-    if (before == kNone || !equalsIgnoringCase(gaps_[before].text, reference.pieces[piece - 1])) return false;
-    mark = gaps_[before].open;
+    if (nodes_[mark].character != reference.quotes[piece - 1]) return false;
+    const std::uint32_t before = nodes_[mark].previous;
+    if (before == kNone || !equalsIgnoringCase(textOf(nodes_[before]), reference.pieces[piece - 1])) return false;
+    mark = before;
   }
-  if (marks_[mark].character != pair[0]) return false;
+  if (nodes_[mark].character != pair[0]) return false;
   out.open = mark;
-  mark = gaps_[gap].close;
+  mark = nodes_[node].next;
   for (std::size_t piece = reference.anchor + 1; piece <= reference.quotes.size(); ++piece) {
-    if (marks_[mark].character != reference.quotes[piece - 1]) return false;
-    const std::uint32_t after = marks_[mark].gapAfter;
-    if (after == kNone || !equalsIgnoringCase(gaps_[after].text, reference.pieces[piece])) return false;
-    mark = gaps_[after].close;
+    if (nodes_[mark].character != reference.quotes[piece - 1]) return false;
+    if (nodes_[mark].next == kNone || !equalsIgnoringCase(textOf(nodes_[mark]), reference.pieces[piece])) return false;
+    mark = nodes_[mark].next;
   }
-  if (marks_[mark].character != pair[1]) return false;
+  if (nodes_[mark].character != pair[1]) return false;
   out.close = mark;
   return true;
 }
 
-void QuotedText::replaceOccurrence(const Occurrence& occurrence, std::string_view replacement) {
-  const std::uint32_t first = marks_[occurrence.open].gapAfter;
+void QuotedText::replaceOccurrence(const Occurrence& occurrence, std::uint32_t source) {
   // The reference's own quote characters and the texts between them leave
-  // the chain; the first gap then reaches the closing mark.
-  for (std::uint32_t gap = first; gaps_[gap].close != occurrence.close;) {
-    const std::uint32_t next = marks_[gaps_[gap].close].gapAfter;
-    size_ -= 1 + gaps_[next].text.size();
-    ++gaps_[next].version;
-    gap = next;
+  // the chain; the first gap then reaches the closing quote character.
+  const std::uint32_t first = occurrence.open;
+  for (std::uint32_t node = nodes_[first].next; node != occurrence.close; node = nodes_[node].next) {
+    size_ -= 1 + nodes_[node].size;
+    ++nodes_[node].version;
   }
-  gaps_[first].close = occurrence.close;
-  marks_[occurrence.close].gapBefore = first;
-  setText(first, replacement);
+  nodes_[first].next = occurrence.close;
+  nodes_[occurrence.close].previous = first;
+  setText(first, source);
 }
 
 void QuotedText::replace(const ReferencePieces& reference, std::size_t pair,
@@ -279,47 +271,51 @@ void QuotedText::replace(const ReferencePieces& reference, std::size_t pair,
   filed.clear();
   filed.swap(buckets_[reference.anchorKey]);
   if (filed.empty()) return;
-  ++stamp_;
   occurrences_.clear();
+  opens_.clear();
   for (const Filed& entry : filed) {
     Occurrence occurrence;
-    if (!isCurrent(entry) || !occurrenceAround(entry.gap, reference, kQuotePairs[pair], occurrence)) continue;
-    openStamp_[occurrence.open] = stamp_;
-    openOccurrence_[occurrence.open] = static_cast<std::uint32_t>(occurrences_.size());
+    if (!isCurrent(entry) || !occurrenceAround(entry.node, reference, kQuotePairs[pair], occurrence)) continue;
+    opens_.emplace(occurrence.open, static_cast<std::uint32_t>(occurrences_.size()));
     occurrences_.push_back(occurrence);
   }
-  // An occurrence spans `span` + 1 marks, its first one opening it. Left to
-  // right, behind a replacement the search resumes after its closing mark:
-  // of occurrences that share a mark, the later ones are left alone until
-  // one opens behind the last replaced one. Overlapping occurrences form a
-  // group; each group is walked once from its leftmost occurrence.
+  // An occurrence spans `span` + 1 quote characters, its first one opening
+  // it. Left to right, behind a replacement the search resumes after its
+  // closing character: of occurrences that share a quote character, the
+  // later ones are left alone until one opens behind the last replaced one.
+  // Overlapping occurrences form a group; each group is walked once from
+  // its leftmost occurrence.
   const std::size_t span = reference.quotes.size() + 1;
   chosen_.clear();
   for (const Occurrence& occurrence : occurrences_) {
     bool leftmost = true;
     std::uint32_t mark = occurrence.open;
     for (std::size_t back = 0; back < span && leftmost; ++back) {
-      mark = previousMark(mark);
+      mark = nodes_[mark].previous;
       if (mark == kNone) break;
-      leftmost = openStamp_[mark] != stamp_;
+      leftmost = !opensOccurrence(mark);
     }
     if (!leftmost) continue;
-    chosen_.push_back(openOccurrence_[occurrence.open]);
+    chosen_.push_back(opens_.at(occurrence.open));
     std::size_t replacedUpTo = span;
     std::size_t reach = span;
     mark = occurrence.open;
     for (std::size_t position = 1;; ++position) {
-      mark = nextMark(mark);
+      mark = nodes_[mark].next;
       if (mark == kNone || position > reach) break;
-      if (openStamp_[mark] != stamp_) continue;
+      if (!opensOccurrence(mark)) continue;
       reach = position + span;
       if (position > replacedUpTo) {
-        chosen_.push_back(openOccurrence_[mark]);
+        chosen_.push_back(opens_.at(mark));
         replacedUpTo = position + span;
       }
     }
   }
-  for (std::uint32_t chosen : chosen_) replaceOccurrence(occurrences_[chosen], replacement);
+  if (!chosen_.empty()) {
+    sources_.push_back(replacement);
+    const auto source = static_cast<std::uint32_t>(sources_.size() - 1);
+    for (std::uint32_t chosen : chosen_) replaceOccurrence(occurrences_[chosen], source);
+  }
   // Texts left alone stay filed for a later reference.
   std::vector<Filed>& bucket = buckets_[reference.anchorKey];
   for (const Filed& entry : filed) {
@@ -331,17 +327,12 @@ std::string QuotedText::text() const {
   std::string out;
   out.reserve(size_);
   out.append(head_);
-  if (marks_.empty()) return out;
-  // Mark 0 is the page's first quote character; it opens no occurrence's
+  // Node 0 is the page's first quote character; it opens no occurrence's
   // inside, so it never leaves the chain.
-  for (std::uint32_t mark = 0;;) {
-    out += marks_[mark].character;
-    const std::uint32_t gap = marks_[mark].gapAfter;
-    if (gap == kNone) break;
-    out.append(gaps_[gap].text);
-    mark = gaps_[gap].close;
+  for (std::uint32_t node = nodes_.empty() ? kNone : 0; node != kNone; node = nodes_[node].next) {
+    out += nodes_[node].character;
+    out.append(textOf(nodes_[node]));
   }
-  out.append(tail_);
   return out;
 }
 

@@ -9,7 +9,7 @@
 // in between equal the reference's pieces. The page is kept as a chain of
 // marks (quote characters) and gaps (the texts between two neighbouring
 // marks), and each gap whose text may anchor a reference sits in a bucket
-// named by its upper-cased text. Replacing a reference visits only the
+// named by its upper-cased text, compared ignoring case. Replacing a reference visits only the
 // bucket of one of its pieces. A replacement that itself holds quote
 // characters splits its gap into new marks and gaps, just as it would split
 // the page's text; the marks inside a replaced occurrence leave the chain.
@@ -20,6 +20,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace tolvo {
@@ -97,52 +98,52 @@ class QuotedText {
 
  private:
   static constexpr std::uint32_t kNone = UINT32_MAX;
-  struct Mark {
-    char character;
-    std::uint32_t gapBefore = kNone;
-    std::uint32_t gapAfter = kNone;
-  };
-  struct Gap {
-    std::uint32_t open;
-    std::uint32_t close;
-    std::string_view text;
-    // Changes whenever the text does or the gap leaves the chain, so that a
-    // bucket's stale entries are known.
+  // A quote character of the text and the text after it, up to the next
+  // quote character (a gap) or to the end (after the last one). A page
+  // holds a quote character every few dozen bytes, so a node is kept small:
+  // its text is a place in one of the sources (the page, or a replacement).
+  struct Node {
+    std::uint32_t previous = kNone;  // the quote character before this one
+    std::uint32_t next = kNone;      // the one that ends this node's text
+    std::uint32_t start = 0;
+    std::uint32_t size = 0;
+    std::uint32_t source = 0;        // index into sources_
+    // Changes whenever the text does or the node leaves the chain, so that
+    // a bucket's stale entries are known.
     std::uint32_t version = 0;
+    char character = 0;
   };
   struct Filed {
-    std::uint32_t gap;
+    std::uint32_t node;
     std::uint32_t version;
   };
   struct Occurrence {
-    std::uint32_t open;   // the mark before the reference
-    std::uint32_t close;  // the mark after it
+    std::uint32_t open;   // the node of the quote character before the reference
+    std::uint32_t close;  // the node of the one after it
   };
 
-  std::uint32_t addMark(char character);
-  std::uint32_t addGap(std::uint32_t open, std::uint32_t close, std::string_view text);
-  void file(std::uint32_t gap);
-  void setText(std::uint32_t gap, std::string_view replacement);
+  std::string_view textOf(const Node& node) const {
+    return sources_[node.source].substr(node.start, node.size);
+  }
+  void setTextOf(Node& node, std::uint32_t source, std::size_t start, std::size_t size);
+  std::uint32_t addNode(char character);
+  void file(std::uint32_t node);
+  void setText(std::uint32_t node, std::uint32_t source);
   bool isCurrent(const Filed& filed) const;
-  // The occurrence of `reference` around anchor gap `gap`, if there is one.
-  bool occurrenceAround(std::uint32_t gap, const ReferencePieces& reference,
+  // The occurrence of `reference` around the anchor gap after `node`.
+  bool occurrenceAround(std::uint32_t node, const ReferencePieces& reference,
                         const std::array<char, 2>& pair, Occurrence& out) const;
-  std::uint32_t nextMark(std::uint32_t mark) const;
-  std::uint32_t previousMark(std::uint32_t mark) const;
-  void replaceOccurrence(const Occurrence& occurrence, std::string_view replacement);
+  void replaceOccurrence(const Occurrence& occurrence, std::uint32_t source);
+  bool opensOccurrence(std::uint32_t node) const { return opens_.count(node) > 0; }
 
   const ReferenceKeys& keys_;
-  std::string_view head_;  // before the first mark (all of it when none)
-  std::string_view tail_;  // after the last mark
-  std::vector<Mark> marks_;
-  std::vector<Gap> gaps_;
+  std::string_view head_;  // before the first quote character (all of it when none)
+  std::vector<std::string_view> sources_;  // the page, then each replacement
+  std::vector<Node> nodes_;
   std::vector<std::vector<Filed>> buckets_;  // one per key number
   std::size_t size_ = 0;
-  // Per mark: the occurrence that opens there, valid when the stamp is the
-  // current one.
-  std::vector<std::uint64_t> openStamp_;
-  std::vector<std::uint32_t> openOccurrence_;
-  std::uint64_t stamp_ = 0;
+  // The occurrences found by one replace(), by the node that opens each.
+  std::unordered_map<std::uint32_t, std::uint32_t> opens_;
   std::vector<Filed> filed_;             // scratch
   std::vector<Occurrence> occurrences_;  // scratch
   std::vector<std::uint32_t> chosen_;    // scratch

@@ -1,5 +1,6 @@
 #include "ReferenceSubstitution.h"
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -43,7 +44,9 @@ void substituteReferences(const ReferenceMap& map, std::string& page) {
   ReferenceKeys keys;
   std::vector<ReferencePieces> pieces(entries.size());
   std::vector<bool> anchored(entries.size(), false);
-  for (std::size_t i = 0; i < entries.size(); ++i) {
+  // The chain keeps places in the page as 32-bit numbers.
+  const bool chainable = page.size() < UINT32_MAX / 2;
+  for (std::size_t i = 0; i < entries.size() && chainable; ++i) {
     if (entries[i].reference.empty()) continue;
     anchored[i] = ReferencePieces::split(entries[i].reference, keys, pieces[i]);
   }
