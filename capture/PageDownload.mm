@@ -129,8 +129,11 @@ NSData *loadPageData(NSURL *theURL, PageDownloadLimits theLimits)
       [aLoop runMode: NSDefaultRunLoopMode beforeDate: [aTurn earlierDate: deadline]];
       [aPool release];
     }
-  if (![aTransfer isFinished] || [aTransfer hasFailed])
-    [aConnection cancel];
+  // Cancelled even when finished: GNUstep's URL loading keeps about twice
+  // the body of a finished load that was not cancelled for the rest of the
+  // process, once more for every page fetched; a cancelled one's is given
+  // back when the next load begins.
+  [aConnection cancel];
   RELEASE(aConnection);
 
   NSData *aBody = nil;
