@@ -150,12 +150,44 @@ void appendBoundary(TolvoMessageBytes *theBytes, NSData *theBoundary)
 
 @end
 
-PantomimeEncoding TolvoTextTransferEncoding(NSString *theText)
+namespace {
+
+// The lines of a text's UTF-8 form, and how many bytes it takes.
+struct TextMeasure
 {
   tolvo::LineLengths lines;
-  forEachUTF8Piece(theText, [&](std::string_view piece) { lines.feed(piece); });
-  return tolvo::chooseTextTransfer(lines) == tolvo::TextTransfer::EightBit
+  size_t bytes = 0;
+};
+
+TextMeasure measure(NSString *theText)
+{
+  TextMeasure aMeasure;
+  forEachUTF8Piece(theText, [&](std::string_view piece) {
+    aMeasure.lines.feed(piece);
+    aMeasure.bytes += piece.size();
+  });
+  return aMeasure;
+}
+
+PantomimeEncoding encodingFor(const TextMeasure &theMeasure)
+{
+  return tolvo::chooseTextTransfer(theMeasure.lines) == tolvo::TextTransfer::EightBit
     ? PantomimeEncoding8bit : PantomimeEncodingQuotedPrintable;
+}
+
+// Room for theSize more bytes at once: a large message grown piece by
+// piece would be copied over on its way, twice its size for a moment.
+// Room that stays unused is never touched, so it costs no memory.
+void makeRoom(TolvoMessageBytes *theBytes, size_t theSize)
+{
+  [theBytes->bytes setCapacity: [theBytes->bytes length] + theSize];
+}
+
+}  // namespace
+
+PantomimeEncoding TolvoTextTransferEncoding(NSString *theText)
+{
+  return encodingFor(measure(theText));
 }
 
 void TolvoAppendHeaders(TolvoMessageBytes *theBytes, CWMessage *theMessage)
@@ -169,7 +201,8 @@ void TolvoAppendTextPart(TolvoMessageBytes *theBytes, NSData *theBoundary,
                          NSString *theText, NSString *theType, int theCharacterSet)
 {
   appendBoundary(theBytes, theBoundary);
-  PantomimeEncoding anEncoding = theText == nil ? PantomimeEncoding8bit : TolvoTextTransferEncoding(theText);
+  TextMeasure aMeasure = theText == nil ? TextMeasure() : measure(theText);
+  PantomimeEncoding anEncoding = encodingFor(aMeasure);
   CWPart *aPart = AUTORELEASE([[CWPart alloc] init]);
   if (TolvoCharsetLabel(theCharacterSet) != nil)
     [aPart setCharset: TolvoCharsetLabel(theCharacterSet)];
@@ -178,7 +211,10 @@ void TolvoAppendTextPart(TolvoMessageBytes *theBytes, NSData *theBoundary,
   [theBytes->bytes appendData: headerBlockOf(aPart, nil)];
 
   // The text is read twice, a piece at a time, rather than held whole in
-  // UTF-8: once for the choice of encoding, once to write it.
+  // UTF-8: once for the choice of encoding and the room it needs, once to
+  // write it. 8bit adds at most a CR to each line; quoted-printable at
+  // most triples a byte, plus its soft line breaks.
+  makeRoom(theBytes, anEncoding == PantomimeEncoding8bit ? 2 * aMeasure.bytes : 4 * aMeasure.bytes);
   NSUInteger start = [theBytes->bytes length];
   DataSink aSink(theBytes->bytes);
   bool converted = false;
@@ -209,6 +245,7 @@ void TolvoAppendFilePart(TolvoMessageBytes *theBytes, NSData *theBoundary,
   if (theType != nil)
     [aPart setContentType: theType];
   [theBytes->bytes appendData: headerBlockOf(aPart, nil)];
+  makeRoom(theBytes, [theFile length] / 54 * 74 + 80);
   DataSink aSink(theBytes->bytes);
   tolvo::writeBase64Lines(aSink, std::string_view((const char *)[theFile bytes], [theFile length]));
   appendString(theBytes, "\r\n");
