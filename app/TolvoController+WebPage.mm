@@ -8,6 +8,7 @@
 #include "RelinkWebPage.h"
 
 #include <string>
+#include <malloc.h>
 
 // The relinking engine's base is the typed address in the system's 8-bit
 // encoding, in a buffer of this size: at most 255 bytes and its NUL.
@@ -62,6 +63,10 @@ static const size_t WebPageBaseBufferSize = 256;
   [self statusMsg: @"Relinking web page..."];
   tolvo::relinkWebPage(aBase, aPage, tolvo::fileExtensionTable());
 
+  // The engine's many small pieces are free again: handed back to the
+  // system here, before the page is held once more as a string and then
+  // for every message, rather than kept by the allocator for later.
+  malloc_trim(0);
   NSString *aRelinked = [[NSString alloc] initWithBytes: aPage.data()
                                                  length: aPage.size()
                                                encoding: NSUTF8StringEncoding];
