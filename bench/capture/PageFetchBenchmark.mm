@@ -19,6 +19,9 @@
 // tests/support/fresh-home and on an X display (xvfb-run when none is set),
 // so ru_maxrss is that phase's own peak.
 //
+// Exits non-zero when a phase fails (no page, no message accepted) or when
+// the relink or the mail phase peaks above 8 times the page's size.
+//
 //   bench_page_fetch [--bytes N] [--phases curl,python,download,relink,mail]
 #import <AppKit/AppKit.h>
 
@@ -44,6 +47,10 @@ extern char **environ;
 
 static NSString *const BenchPython = @"/usr/bin/python3";
 static const NSTimeInterval BenchPhaseSeconds = 3600;
+
+// Fetching, relinking and mailing a page may take at most this many times
+// the page's size.
+static const double BenchPeakPerPageSize = 8;
 
 static double now()
 {
@@ -296,9 +303,17 @@ int main(int argc, char **argv)
         }
       NSString *aNote = [[parts subarrayWithRange: NSMakeRange(2, [parts count] - 2)]
                           componentsJoinedByString: @" "];
-      printf("%-9s %10.3f %12.1f  %s\n", [aName UTF8String], [[parts objectAtIndex: 0] doubleValue],
-             [[parts objectAtIndex: 1] doubleValue] / 1024.0, [aNote UTF8String]);
+      double aPeakMB = [[parts objectAtIndex: 1] doubleValue] / 1024.0;
+      BOOL isTimed = [aName isEqualToString: @"relink"] || [aName isEqualToString: @"mail"];
+      double aLimitMB = BenchPeakPerPageSize * aBytes / 1048576.0;
+      BOOL isMissed = isTimed && aPeakMB > aLimitMB;
+      printf("%-9s %10.3f %12.1f  %s%s\n", [aName UTF8String], [[parts objectAtIndex: 0] doubleValue],
+             aPeakMB, [aNote UTF8String],
+             isTimed ? [[NSString stringWithFormat: @" (%.1fx the page; target %.0fx%@)", aPeakMB * 1048576.0 / aBytes,
+                                  BenchPeakPerPageSize, isMissed ? @", TARGET MISSED" : @""] UTF8String] : "");
       fflush(stdout);
+      if (isMissed)
+        aFailures++;
     }
   [aServer stop];
   [[NSFileManager defaultManager] removeFileAtPath: aFolder handler: nil];
