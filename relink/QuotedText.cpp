@@ -273,6 +273,7 @@ void QuotedText::replace(const ReferencePieces& reference, std::size_t pair,
   if (filed.empty()) return;
   occurrences_.clear();
   opens_.clear();
+  opens_.reserve(filed.size());
   for (const Filed& entry : filed) {
     Occurrence occurrence;
     if (!isCurrent(entry) || !occurrenceAround(entry.node, reference, kQuotePairs[pair], occurrence)) continue;
