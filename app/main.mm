@@ -5,6 +5,7 @@
 #import "TolvoApplication.h"
 #import "TolvoController.h"
 #import "URLHandover.h"
+#include "BareDisplayOffsets.h"
 
 int main(int argc, const char **argv)
 {
@@ -33,7 +34,12 @@ int main(int argc, const char **argv)
       exit(0);
     }
 
-  [TolvoApplication sharedApplication];
+  {
+    // Quiet on a display without a window manager: the back end reads the
+    // frame offsets while the application object connects to the display.
+    tolvo::BareDisplayOffsets anOffsets;
+    [TolvoApplication sharedApplication];
+  }
 
   TolvoController *aController = [ApplicationWindows newControllerWithWindows];
   [NSApp setMainMenu: [MainMenu menuForController: aController]];
