@@ -15,7 +15,9 @@
 
 - (void) openConsole: (id) theSender;
 - (void) testEmail: (id) theSender;
+// The user guide in the default browser.
 - (void) goToWebsite: (id) theSender;
+- (void) showHelp: (id) theSender;
 - (void) goToMAS: (id) theSender;
 - (void) showAttachments: (id) theSender;
 - (void) showRecipients: (id) theSender;
@@ -34,6 +36,9 @@
       alertStyle: (NSAlertStyle) theStyle;
 // The same as a sheet on the main window.
 - (void) doAlert: (NSString *) theMessage adding: (NSString *) theInformativeText;
+
+// The first page of the user guide in the application wrapper, or nil.
+- (NSString *) userGuidePath;
 
 // The folder that holds the activity log, created if missing; nil when it
 // cannot be found or made.

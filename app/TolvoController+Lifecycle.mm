@@ -1,7 +1,9 @@
 #import "TolvoController+Lifecycle.h"
 #import "TolvoController+Settings.h"
+#import "DesktopOpener.h"
 #import "GetURLEventSource.h"
 #import "LocalizedStrings.h"
+#import "LoginPassword.h"
 #import "PeoplePickerNotifications.h"
 #import "PeoplePickerView.h"
 #import "PreferencesPanel.h"
@@ -9,13 +11,14 @@
 #include "ActivityLog.h"
 #include "FileExtensionTable.h"
 
-// The page that the Website menu opens: the user guide shipped with Tolvo.
-static NSString *const TolvoWebsiteResource = @"Tolvo-Guide";
+// The user guide shipped inside the application wrapper, which the Website
+// and Help items open in the default browser.
+static NSString *const TolvoGuideFolder = @"Guide";
+static NSString *const TolvoGuidePage = @"index";
 
 @interface TolvoController (LifecyclePrivate)
 - (NSString *) _folderNamed: (NSString *) theName inside: (NSString *) theParent;
 - (std::string) _logMarker: (const char *) theWords;
-- (void) _openWithDefaultApplication: (NSString *) thePathOrURL;
 @end
 
 @implementation TolvoController (LifecyclePrivate)
@@ -50,23 +53,6 @@ static NSString *const TolvoWebsiteResource = @"Tolvo-Guide";
                 encoding: [NSString defaultCStringEncoding]])
     buffer[0] = '\0';
   return std::string(buffer);
-}
-
-- (void) _openWithDefaultApplication: (NSString *) thePathOrURL
-{
-  NSString *opener = @"/usr/bin/xdg-open";
-  if ([[NSFileManager defaultManager] isExecutableFileAtPath: opener])
-    {
-      NSTask *aTask = AUTORELEASE([[NSTask alloc] init]);
-      [aTask setLaunchPath: opener];
-      [aTask setArguments: [NSArray arrayWithObject: thePathOrURL]];
-      [aTask setStandardOutput: [NSFileHandle fileHandleWithNullDevice]];
-      [aTask setStandardError: [NSFileHandle fileHandleWithNullDevice]];
-      @try { [aTask launch]; }
-      @catch (NSException *e) { /* no viewer: nothing to show */ }
-      return;
-    }
-  [[NSWorkspace sharedWorkspace] openFile: thePathOrURL];
 }
 
 @end
@@ -141,6 +127,8 @@ static NSString *const TolvoWebsiteResource = @"Tolvo-Guide";
   if (aFolder != nil)
     tolvo::startActivityLog([aFolder fileSystemRepresentation],
                             [self _logMarker: "[Logging starting at "]);
+  // After the log has started, so that it can say where the password stays.
+  [LoginPassword moveFromDefaults: defaults];
 }
 
 - (void) applicationWillTerminate: (NSNotification *) theNotification
@@ -200,7 +188,7 @@ static NSString *const TolvoWebsiteResource = @"Tolvo-Guide";
     tolvo::activityLogPath([aFolder fileSystemRepresentation]).c_str()];
   if (![[NSFileManager defaultManager] fileExistsAtPath: aPath])
     return;
-  [self _openWithDefaultApplication: aPath];
+  TolvoOpenWithDesktop(aPath);
 }
 
 - (void) testEmail: (id) theSender
@@ -215,9 +203,21 @@ static NSString *const TolvoWebsiteResource = @"Tolvo-Guide";
 
 - (void) goToWebsite: (id) theSender
 {
-  NSString *aGuide = [[NSBundle mainBundle] pathForResource: TolvoWebsiteResource ofType: @"html"];
+  NSString *aGuide = [self userGuidePath];
   if (aGuide != nil)
-    [self _openWithDefaultApplication: aGuide];
+    TolvoOpenWithDesktop([[NSURL fileURLWithPath: aGuide] absoluteString]);
+}
+
+- (void) showHelp: (id) theSender
+{
+  [self goToWebsite: theSender];
+}
+
+- (NSString *) userGuidePath
+{
+  return [[NSBundle mainBundle] pathForResource: TolvoGuidePage
+                                         ofType: @"html"
+                                    inDirectory: TolvoGuideFolder];
 }
 
 - (void) goToMAS: (id) theSender

@@ -1,5 +1,6 @@
 #import "TolvoController+Settings.h"
 #import "LocalizedStrings.h"
+#import "LoginPassword.h"
 
 NSString *const TolvoNoRecipientsEmail = @"NoRecipientsEmail";
 NSString *const TolvoNoRecipientsName = @"NoRecipientsName";
@@ -127,7 +128,8 @@ static const uint32_t TolvoPortLimit = 65365;
 
 - (NSString *) getPassword
 {
-  return [self _requiredString: [self _stringForKey: TolvoLoginPasswordKey]
+  // Kept in the desktop's keyring under the server and the user name.
+  return [self _requiredString: [LoginPassword passwordInDefaults: defaults]
                  exceptionName: TolvoNoPassword
                         reason: "The outgoing SMTP server 'Password:' preference value has not been specified."];
 }

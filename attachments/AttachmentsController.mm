@@ -1,4 +1,5 @@
 #import "AttachmentsController.h"
+#import "DesktopOpener.h"
 
 NSString * const AttachmentsRowsPboardType = @"MyPrivateTableViewDataType";
 NSString * const AttachmentsPathColumnIdentifier = @"Path";
@@ -6,9 +7,6 @@ NSString * const AttachmentsPathColumnIdentifier = @"Path";
 // Room for this many paths before the list grows; not a limit.
 static const NSUInteger AttachmentsInitialCapacity = 50;
 
-// This desktop's opener of a file in its default application, used when the
-// workspace has no application registered for the file.
-static NSString * const AttachmentsDesktopOpener = @"/usr/bin/xdg-open";
 
 @interface AttachmentsController (Private)
 - (void) _moveEntryFrom: (NSInteger)theFrom to: (NSInteger)theTo;
@@ -147,19 +145,9 @@ static NSString * const AttachmentsDesktopOpener = @"/usr/bin/xdg-open";
   if ([[NSWorkspace sharedWorkspace] openFile: thePath])
     return YES;
 
-  if (![[NSFileManager defaultManager] isExecutableFileAtPath: AttachmentsDesktopOpener])
-    return NO;
-  NSTask *aTask = nil;
-  @try
-    {
-      aTask = [NSTask launchedTaskWithLaunchPath: AttachmentsDesktopOpener
-                                       arguments: [NSArray arrayWithObject: thePath]];
-    }
-  @catch (NSException *anException)
-    {
-      aTask = nil;
-    }
-  return aTask != nil;
+  // The workspace has no application registered for the file: the desktop's
+  // own opener.
+  return TolvoOpenWithDesktop(thePath);
 }
 
 //

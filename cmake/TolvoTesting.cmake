@@ -2,21 +2,24 @@
 #                 SOURCES file...
 #                 [LIBRARIES target...]
 #                 [LABELS label...]
-#                 [GNUSTEP])
+#                 [GNUSTEP]
+#                 [KEYRING])
 #
 # One GoogleTest executable; each of its test cases becomes its own CTest test
 # and runs in its own process with a fresh, empty HOME (tests/support/fresh-home),
 # so that preferences, the address book and the activity log of one test never
 # leak into another. GNUSTEP tests get a main that sets up the application
 # object and names the process "Tolvo", so the preferences domain is the
-# application's own.
+# application's own. KEYRING tests run inside a D-Bus session of their own
+# with an unlocked GNOME Keyring (tests/support/private-keyring).
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
 set(TOLVO_FRESH_HOME ${CMAKE_SOURCE_DIR}/tests/support/fresh-home)
+set(TOLVO_PRIVATE_KEYRING ${CMAKE_SOURCE_DIR}/tests/support/private-keyring)
 
 function(tolvo_add_gtest name)
-  cmake_parse_arguments(T "GNUSTEP" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(T "GNUSTEP;KEYRING" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
   add_executable(${name} ${T_SOURCES})
   target_link_libraries(${name} PRIVATE ${T_LIBRARIES} GTest::gtest GTest::gmock)
   if(T_GNUSTEP)
@@ -24,7 +27,11 @@ function(tolvo_add_gtest name)
   else()
     target_link_libraries(${name} PRIVATE GTest::gtest_main)
   endif()
-  set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR ${TOLVO_FRESH_HOME})
+  set(_emulator ${TOLVO_FRESH_HOME})
+  if(T_KEYRING)
+    list(APPEND _emulator ${TOLVO_PRIVATE_KEYRING})
+  endif()
+  set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "${_emulator}")
   gtest_discover_tests(${name}
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 60

@@ -1,5 +1,5 @@
 // The application's menus: Tolvo (Preferences, Open Console, Send Test
-// Email, Website, Quit), Edit, Format, Window.
+// Email, Website, Tolvo Help, Quit), Edit, Format, Window.
 #import <AppKit/AppKit.h>
 
 @class TolvoController;

@@ -50,6 +50,8 @@
           target: theController toMenu: anApp];
   [self _addItem: @"Website" action: @selector(goToWebsite:) key: @""
           target: theController toMenu: anApp];
+  [self _addItem: @"Tolvo Help" action: @selector(showHelp:) key: @"?"
+          target: theController toMenu: anApp];
   [self _addItem: @"Quit" action: @selector(terminate:) key: @"q"
           target: NSApp toMenu: anApp];
 

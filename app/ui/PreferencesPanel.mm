@@ -2,6 +2,7 @@
 #import "NSTextField+Label.h"
 #import "MyCharacterFormatter.h"
 #import "TolvoController+Settings.h"
+#import "LoginPassword.h"
 
 NSString *const TolvoPreferencesPanelTitle = @"Preferences";
 
@@ -172,6 +173,15 @@ static CGFloat HeightOfRow(const PanelRow &theRow)
   if (aKey == nil)
     return;
   NSUserDefaults *aStore = [NSUserDefaults standardUserDefaults];
+  // The password lives in the keyring under the server and the user name:
+  // it is written there, and follows those two while they are edited.
+  if ([aKey isEqualToString: TolvoLoginPasswordKey])
+    {
+      [LoginPassword setPassword: [theControl stringValue] inDefaults: aStore];
+      return;
+    }
+  NSString *anOldServer = [LoginPassword serverInDefaults: aStore];
+  NSString *anOldUser = [LoginPassword userInDefaults: aStore];
   if ([theControl isKindOfClass: [NSPopUpButton class]])
     [aStore setInteger: [theControl indexOfSelectedItem] forKey: aKey];
   else if ([theControl isKindOfClass: [NSButton class]])
@@ -181,6 +191,8 @@ static CGFloat HeightOfRow(const PanelRow &theRow)
   else
     [aStore setObject: [theControl stringValue] forKey: aKey];
   [aStore synchronize];
+  if ([aKey isEqualToString: TolvoServerAddressKey] || [aKey isEqualToString: TolvoLoginUsernameKey])
+    [LoginPassword movePasswordFromServer: anOldServer user: anOldUser inDefaults: aStore];
 }
 
 @end
@@ -254,6 +266,11 @@ static CGFloat HeightOfRow(const PanelRow &theRow)
       else if ([aKey isEqualToString: TolvoServerPortKey])
         [aControl setStringValue: [aStore objectForKey: aKey] == nil
           ? @"" : [NSString stringWithFormat: @"%ld", (long)[aStore integerForKey: aKey]]];
+      else if ([aKey isEqualToString: TolvoLoginPasswordKey])
+        {
+          NSString *aValue = [LoginPassword passwordInDefaults: aStore];
+          [aControl setStringValue: aValue != nil ? aValue : @""];
+        }
       else
         {
           NSString *aValue = [aStore stringForKey: aKey];

@@ -69,14 +69,15 @@ def received_messages(store):
     return messages
 
 
-def start_test_server(source, store, seconds):
+def start_test_server(source, store, seconds, options=()):
     """The project's loopback SMTP server, keeping every message it accepts
     as an .eml file in `store`; answers (process, port). It stops by itself
-    after `seconds`."""
+    after `seconds`. `options` go to tools/outbox/smtp-server as they are
+    (for instance "--auth-required", "--user", "ann", "--password", "pw")."""
     ready = store + ".port"
     server = subprocess.Popen(["/usr/bin/python3", source + "/tools/outbox/smtp-server",
                                "--port", "0", "--ready-file", ready, "--store", store,
-                               "--max-seconds", str(seconds)],
+                               "--max-seconds", str(seconds)] + list(options),
                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     port = wait_for("the test server", 15,
                     lambda: _read(ready))
@@ -131,3 +132,59 @@ def stop(app, server):
             app.kill()
     server.terminate()
     server.wait(10)
+
+
+def windows_named(name):
+    """The visible X windows whose name is exactly `name`."""
+    return subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^%s$" % name],
+                          capture_output=True, text=True).stdout.split()
+
+
+def main_window():
+    """(left, top, width, height) of the main window, or None."""
+    found = main_windows()
+    return found[0] if found else None
+
+
+# The rows of the main menu as GNUstep shows them, one 20-pixel row each
+# below the title row "Tolvo": the submenus first, then the items of the
+# application menu (app/ui/MainMenu.mm).
+MENU_ROWS = ["Tolvo", "Edit", "Format", "Windows", "Preferences...", "Import Contacts...",
+             "Open Console", "Send Test Email", "Website", "Tolvo Help", "Quit"]
+
+
+def menu_window():
+    """(left, top) of the main menu, or None: a narrow, tall window named
+    "Tolvo" (not the main window, not the application icon)."""
+    for window in windows_named("Tolvo"):
+        x, y, width, height = geometry_of(window)
+        if width < 400 and height > 100:
+            return x, y
+    return None
+
+
+def press_menu_item(title):
+    left, top = wait_for("the main menu", 30, menu_window)
+    press(left + 40, top + int((MENU_ROWS.index(title) + 0.5) * 20))
+
+
+def preferences_field(source, label):
+    """The centre of the Preferences panel's field labelled `label`,
+    relative to the panel's top-left corner, worked out from the rows and
+    the geometry constants of app/ui/PreferencesPanel.mm."""
+    import re
+    text = open(source + "/app/ui/PreferencesPanel.mm").read()
+    constants = {k: float(v) for k, v in
+                 re.findall(r"static const CGFloat (\w+) = (\d+(?:\.\d+)?);", text)}
+    table = text[text.index("PanelRows[] = {"):]
+    table = table[:table.index("};")]
+    rows = re.findall(r'\{ Row(\w+), "([^"]*)"', table)
+    top = constants["Margin"]
+    for kind, title in rows:
+        height = (constants["HeadingHeight"] + 4 if kind == "Heading"
+                  else constants["RowHeight"] + constants["RowGap"])
+        top += height
+        if title == label:
+            x = constants["Margin"] + constants["LabelWidth"] + constants["FieldGap"] + 40
+            return int(x), int(top - constants["RowGap"] - constants["RowHeight"] / 2)
+    raise SystemExit("no row %r in the Preferences panel" % label)

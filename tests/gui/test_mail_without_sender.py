@@ -10,7 +10,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from desktop import geometry_of, press, xdo  # noqa: E402
+from desktop import press_menu_item  # noqa: E402
 
 tolvo, shots = sys.argv[1], sys.argv[2]
 os.makedirs(shots, exist_ok=True)
@@ -26,23 +26,8 @@ try:
         time.sleep(0.3)
     assert menu, "Tolvo did not open"
     time.sleep(2.0)
-    # The menu is a column of 20-pixel rows at the top left, below its
-    # title: Edit, Format, Windows, Preferences..., Import Contacts...,
-    # Open Console, Send Test Email.
-    left = top = None
-    menu = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^Tolvo$"],
-                          capture_output=True, text=True).stdout.split()
-    for window in menu:
-        x, y, width, height = geometry_of(window)
-        if width < 400 and height > 100:  # not the main window, not the icon
-            left, top = x, y
-            break
-    assert left is not None, "no menu window"
     subprocess.run(["import", "-window", "root", os.path.join(shots, "before-test-mail.png")], check=True)
-    titles = ["Tolvo", "Edit", "Format", "Windows", "Preferences...", "Import Contacts...",
-              "Open Console", "Send Test Email"]
-    y = top + int((titles.index("Send Test Email") + 0.5) * 20)
-    press(left + 40, y)
+    press_menu_item("Send Test Email")
     time.sleep(2.0)
     subprocess.run(["import", "-window", "root", os.path.join(shots, "after-test-mail.png")], check=True)
     assert app.poll() is None, "Tolvo ended: " + (app.stdout.read() if app.stdout else "")
