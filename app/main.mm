@@ -4,6 +4,7 @@
 #import "MainMenu.h"
 #import "TolvoApplication.h"
 #import "TolvoController.h"
+#import "TerminationSignals.h"
 #import "URLHandover.h"
 #include "BareDisplayOffsets.h"
 
@@ -40,6 +41,8 @@ int main(int argc, const char **argv)
     tolvo::BareDisplayOffsets anOffsets;
     [TolvoApplication sharedApplication];
   }
+
+  [TerminationSignals quitApplicationOnTerminationSignals];
 
   TolvoController *aController = [ApplicationWindows newControllerWithWindows];
   [NSApp setMainMenu: [MainMenu menuForController: aController]];

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <cstring>
+#include "BareDisplayOffsets.h"
 
 int main(int argc, char **argv)
 {
@@ -20,7 +21,9 @@ int main(int argc, char **argv)
   if (!listing)
     {
       // AppKit needs its application object (and so an X display) before
-      // any window or view exists; listing the tests needs neither.
+      // any window or view exists; listing the tests needs neither. Quiet
+      // on a display without a window manager, as the application is.
+      tolvo::BareDisplayOffsets anOffsets;
       [NSApplication sharedApplication];
     }
   int result = RUN_ALL_TESTS();
