@@ -76,8 +76,9 @@ libraries = run("ldd", os.path.join(prefix, APP, "Tolvo"))
 ours = [line for line in libraries.splitlines() if "libtolvo_" in line]
 assert ours, libraries
 for line in ours:
-    assert "=> " + os.path.realpath(prefix) in line.replace(prefix, os.path.realpath(prefix)) \
-        and "/lib/tolvo/" in line, "not loaded from the prefix: " + line
+    loaded = os.path.realpath(line.split("=> ", 1)[1].rsplit(" (", 1)[0])
+    assert loaded.startswith(os.path.join(os.path.realpath(prefix), "lib", "tolvo") + os.sep), \
+        "not loaded from the prefix: " + line
 assert "not found" not in libraries, libraries
 
 # The launcher, as the desktop entry runs it.
