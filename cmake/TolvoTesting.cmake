@@ -63,3 +63,22 @@ function(tolvo_test_in_app_wrapper target)
     COMMAND ${CMAKE_COMMAND} -E copy_directory
             ${CMAKE_SOURCE_DIR}/app/Resources ${_wrapper}/Resources)
 endfunction()
+
+# tolvo_add_gui_test(NAME name SCRIPT file.py [TIMEOUT seconds]
+#                    [INSIDE command...] [ARGS argument...])
+#
+# A Python script of the folder that drives the real application under Xvfb,
+# run by Debian's Python in a fresh home (and, with INSIDE, within that
+# command, such as tests/support/private-keyring). Labelled gui; GUI tests
+# take turns on the display.
+function(tolvo_add_gui_test)
+  cmake_parse_arguments(G "" "NAME;SCRIPT;TIMEOUT" "INSIDE;ARGS" ${ARGN})
+  if(NOT G_TIMEOUT)
+    set(G_TIMEOUT 120)
+  endif()
+  add_test(NAME ${G_NAME}
+    COMMAND ${TOLVO_FRESH_HOME} ${G_INSIDE} /usr/bin/python3 ${CMAKE_CURRENT_SOURCE_DIR}/${G_SCRIPT}
+            ${G_ARGS})
+  set_tests_properties(${G_NAME} PROPERTIES
+    LABELS gui RESOURCE_LOCK display TIMEOUT ${G_TIMEOUT})
+endfunction()
