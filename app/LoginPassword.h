@@ -5,8 +5,8 @@
 // write through here. A password found in the preferences store — typed
 // there by an older Tolvo or with `defaults write Tolvo loginPassword ...` —
 // is moved into the keyring and removed from the store as soon as the
-// keyring takes it. Whenever the store has to keep a password, the activity
-// log says so, once per run.
+// keyring takes it. When the store has to keep a password at launch or when
+// the Preferences panel writes one, the activity log says so, once per run.
 #import <Foundation/Foundation.h>
 
 @interface LoginPassword : NSObject

@@ -67,7 +67,13 @@ static std::string UTF8(NSString *theString)
   NSString *aStored = [self _storedPassword: theDefaults];
   if (aStored != nil)
     {
-      [self setPassword: aStored inDefaults: theDefaults];
+      // Moved when the keyring takes it. Said nothing of otherwise: this
+      // runs in the middle of a session, whose lines the log keeps together;
+      // the launch and the Preferences panel say where the password stays.
+      if (tolvo::storeLoginPassword(UTF8([self serverInDefaults: theDefaults]),
+                                    UTF8([self userInDefaults: theDefaults]), UTF8(aStored))
+          == tolvo::KeyringStatus::Done)
+        [self _removeStoredPassword: theDefaults];
       return aStored;
     }
   tolvo::KeyringLookup anAnswer = tolvo::lookUpLoginPassword(UTF8([self serverInDefaults: theDefaults]),
