@@ -9,4 +9,8 @@
 // called, whether or not its tag occurs, so a missing recipient or sender
 // raises its named exception even for a text without tags.
 - (NSMutableString *) replaceTags: (NSString *) theText;
+// The five values that replace the tags, in the order they are applied
+// ({to} {toName} {from} {fromName} {subject}), from their getters; nil
+// where a getter answers nothing. Raises as the getters do.
+- (void) tagValues: (NSString **) theValues;
 @end

@@ -1,13 +1,6 @@
 #import "TolvoController+Personalisation.h"
 #import "TolvoController+Settings.h"
-
-#include <ctype.h>
-
-// The tags in the fixed order in which they are applied. A value that itself
-// holds a tag is replaced again only by a tag that comes later here.
-static NSString *const TolvoTagOrder[] = {
-  @"{to}", @"{toName}", @"{from}", @"{fromName}", @"{subject}"
-};
+#import "PersonalisedText.h"
 
 // Whether theText holds theTag, ignoring the case of ASCII letters (tags
 // are ASCII, and no other character lower-cases to one of their letters).
@@ -42,42 +35,26 @@ static BOOL holdsTag(NSString *theText, NSString *theTag)
 
 @implementation TolvoController (Personalisation)
 
+// The getters in the order their tags are applied ({to} {toName} {from}
+// {fromName} {subject}); a value that itself holds a tag is replaced again
+// only by a tag that comes later. Each is called whether or not its tag
+// occurs, so a missing value raises for any text.
+- (void) tagValues: (NSString **) theValues
+{
+  theValues[0] = [self getTo];
+  theValues[1] = [self getToName];
+  theValues[2] = [self getFrom];
+  theValues[3] = [self getFromName];
+  theValues[4] = [self getSubject];
+}
+
 - (NSMutableString *) replaceTags: (NSString *) theText
 {
   if (theText == nil)
     return nil;
-  // A mutable copy made at once: building one from the text grows it
-  // piece by piece, and a large page then costs its size twice over.
-  NSMutableString *aString = AUTORELEASE([theText mutableCopy]);
-
-  // Tag -> name of the getter whose value replaces it, built afresh on
-  // every call; the getter is found by its name.
-  NSDictionary *getters = [NSDictionary dictionaryWithObjectsAndKeys:
-    @"getTo", @"{to}",
-    @"getToName", @"{toName}",
-    @"getFrom", @"{from}",
-    @"getFromName", @"{fromName}",
-    @"getSubject", @"{subject}",
-    nil];
-
-  // A page of a run is personalised for every message, and most pages hold
-  // no tag at all: a plain scan tells whether a tag is there before the
-  // slower case-insensitive replacement runs.
-  for (size_t i = 0; i < sizeof(TolvoTagOrder) / sizeof(TolvoTagOrder[0]); i++)
-    {
-      NSString *aTag = TolvoTagOrder[i];
-      SEL aGetter = NSSelectorFromString([getters objectForKey: aTag]);
-      NSString *aValue = [self performSelector: aGetter];
-      if (aValue == nil)
-        continue;
-      if (!holdsTag(aString, aTag))
-        continue;
-      [aString replaceOccurrencesOfString: aTag
-                               withString: aValue
-                                  options: NSCaseInsensitiveSearch
-                                    range: NSMakeRange(0, [aString length])];
-    }
-  return aString;
+  NSString *values[TolvoTagValueCount];
+  [self tagValues: values];
+  return TolvoReplaceTags(theText, values);
 }
 
 @end

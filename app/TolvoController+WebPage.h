@@ -7,7 +7,8 @@
 // the field names no http:// or https:// page or the download fails (told
 // on the status line).
 - (NSString *) getWebPageOrFile;
-// A fresh copy of the run's page with the tags replaced for the recipient
-// in the fields; nil when the run has no page.
+// The run's page with the tags replaced for the recipient in the fields;
+// nil when the run has no page. The page is searched for tags once per
+// Send; a page without tags is answered as it is.
 - (NSString *) getWebPageOrFileContents;
 @end

@@ -4,6 +4,7 @@
 #import "PageCertificateCheck.h"
 #import "PageDownload.h"
 #include "ActivityLog.h"
+#import "PersonalisedText.h"
 #include "FileExtensionTable.h"
 #include "RelinkWebPage.h"
 
@@ -77,7 +78,11 @@ static const size_t WebPageBaseBufferSize = 256;
 {
   if (webPageOrFileContents == nil)
     return nil;
-  return [self replaceTags: AUTORELEASE([webPageOrFileContents copy])];
+  NSString *values[TolvoTagValueCount];
+  [self tagValues: values];
+  if ([pageText string] != webPageOrFileContents)
+    ASSIGN(pageText, [PersonalisedText textWithString: webPageOrFileContents]);
+  return [pageText stringWithValues: values];
 }
 
 @end

@@ -18,6 +18,7 @@
 
 @class AttachmentsController;
 @class PeoplePickerView;
+@class PersonalisedText;
 
 @interface TolvoController : NSObject
 {
@@ -49,6 +50,7 @@
   NSMutableArray *people;          // Persons still to mail; nil: single recipient
   BOOL stopSending;
   NSString *webPageOrFileContents; // page of the current run, relinked
+  PersonalisedText *pageText;      // the same, searched for tags
   NSMutableArray *recipients;      // addresses mailed so far
 }
 

@@ -24,6 +24,7 @@
   RELEASE(defaults);
   RELEASE(people);
   RELEASE(webPageOrFileContents);
+  RELEASE(pageText);
   RELEASE(recipients);
   [[NSNotificationCenter defaultCenter] removeObserver: self];
   [[GetURLEventSource sharedSource] removeEventHandler: self];
