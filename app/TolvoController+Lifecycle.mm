@@ -161,10 +161,12 @@ static NSString *const TolvoGuidePage = @"index";
 
 - (void) statusMsg: (NSString *) theMessage
 {
-  [status setStringValue: theMessage];
-  // A long line is cut at the window's edge; the whole of it stays at hand.
-  [status setToolTip: theMessage];
   tolvo::writeActivityLogLine([theMessage UTF8String]);
+  [status setStringValue: theMessage];
+  // A long line is cut at the window's edge; the whole of it stays at hand
+  // (during a run, from the next drawing on).
+  if (!runUnderWay)
+    [status setToolTip: theMessage];
 }
 
 - (void) reset

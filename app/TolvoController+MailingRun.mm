@@ -1,5 +1,6 @@
 #import "TolvoController+MailingRun.h"
 #import "TolvoController+Lifecycle.h"
+#import "TolvoController+RunUnderWay.h"
 #import "TolvoController+WebPage.h"
 #import "LocalizedStrings.h"
 #import "PersonAddress.h"
@@ -47,6 +48,7 @@
   stopSending = NO;
   [self statusMsg: TolvoLocalizedCString("Sending mail.")];
   [defaults synchronize];
+  [self beginRun];
   if (people != nil)
     {
       [spinner setStyle: NSProgressIndicatorBarStyle];
@@ -65,7 +67,10 @@
 - (BOOL) sendMember
 {
   if (stopSending)
-    return NO;
+    {
+      [self endRun];
+      return NO;
+    }
 
   if ([people count] == 0)
     {
@@ -79,11 +84,16 @@
                                  [[NSDate date] description],
                                  TolvoLocalizedCString("]")]];
       [sendButton setTitle: TolvoLocalizedCString("Send")];
+      [self endRun];
       return NO;
     }
 
   [spinner setDoubleValue: [spinner maxValue] - (double)[people count] + 1.0];
   ADPerson *aPerson = [people objectAtIndex: 0];
+  // A field clicked into during the run would select and copy each
+  // recipient written into it.
+  if ([to currentEditor] != nil || [name currentEditor] != nil)
+    [mainWindow endEditingFor: nil];
   [name setStringValue: TolvoPersonDisplayName(aPerson)];
 
   // A Person without any address gets no delivery, so nothing asks for the
@@ -104,6 +114,7 @@
   [spinner stopAnimation: self];
   stopSending = YES;
   [sendButton setTitle: TolvoLocalizedCString("Send")];
+  [self endRun];
 }
 
 @end

@@ -1,5 +1,6 @@
 #import "TolvoController+Recipients.h"
 #import "TolvoController+Lifecycle.h"
+#import "TolvoController+RunUnderWay.h"
 #import "TolvoController+Settings.h"
 #import "MessageLayout.h"
 #import "PeoplePickerView.h"
@@ -103,7 +104,7 @@ NSString *const TolvoRecipientsEmailColumn = @"email";
 - (void) addRecipient: (NSString *) theAddress
 {
   [recipients addObject: TolvoMailboxAddress(theAddress)];
-  [recipientsTableView reloadData];
+  [self noteRecipientsChanged];
 }
 
 - (void) resetRecipients: (id) theSender

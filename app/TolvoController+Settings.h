@@ -1,6 +1,7 @@
 // Every setting a mailing needs, read fresh each time: preferences from the
-// store (synchronized first, so a value changed in the Preferences panel a
-// moment ago is seen) and the recipient and subject from the main window.
+// store (synchronized first, so a value written by the defaults command a
+// moment ago is seen; while a run is under way, as its Send press
+// synchronized it) and the recipient and subject from the main window.
 //
 // The validating getters raise an NSException named after what is missing
 // (NoRecipientsEmail, NoRecipientsName, NoSenderEmailAddress, NoSenderName,

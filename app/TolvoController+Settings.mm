@@ -33,11 +33,24 @@ static const uint32_t TolvoPortLimit = 65365;
 - (NSString *) _requiredString: (NSString *) theValue
                  exceptionName: (NSString *) theName
                         reason: (const char *) theReason;
+- (void) _synchronize;
 - (NSString *) _stringForKey: (NSString *) theKey;
 - (int) _intForKey: (NSString *) theKey;
 @end
 
 @implementation TolvoController (SettingsPrivate)
+
+// Each read sees what another process (the defaults command) wrote a moment
+// earlier. While a run is under way the store stays as its Send press
+// synchronised it: a run reads some twenty values per message, and
+// checking the store's file for each costs more than the message's own
+// bytes. The Preferences panel writes into this same store, so its changes
+// are seen at once either way.
+- (void) _synchronize
+{
+  if (!runUnderWay)
+    [defaults synchronize];
+}
 
 - (NSString *) _requiredString: (NSString *) theValue
                  exceptionName: (NSString *) theName
@@ -53,7 +66,7 @@ static const uint32_t TolvoPortLimit = 65365;
 
 - (NSString *) _stringForKey: (NSString *) theKey
 {
-  [defaults synchronize];
+  [self _synchronize];
   id aValue = [defaults objectForKey: theKey];
   // A key written by hand with another type (defaults write ... 25) still
   // reads as its text, as the store's own stringForKey: would give it.
@@ -64,7 +77,7 @@ static const uint32_t TolvoPortLimit = 65365;
 
 - (int) _intForKey: (NSString *) theKey
 {
-  [defaults synchronize];
+  [self _synchronize];
   return (int)[defaults integerForKey: theKey];
 }
 
@@ -166,7 +179,7 @@ static const uint32_t TolvoPortLimit = 65365;
 
 - (BOOL) useSSL
 {
-  [defaults synchronize];
+  [self _synchronize];
   return [defaults boolForKey: TolvoUseSSLKey];
 }
 
@@ -177,7 +190,7 @@ static const uint32_t TolvoPortLimit = 65365;
 
 - (BOOL) wholeGroup
 {
-  [defaults synchronize];
+  [self _synchronize];
   return [defaults boolForKey: TolvoWholeGroupKey];
 }
 

@@ -9,6 +9,8 @@
 //   +Recipients       contacts picker, whole groups, already-mailed list
 //   +Lifecycle        launch, quit, status line, alerts, reset, mailto:
 //   +WebPage          the front browser query and the page fetch
+//   +RunUnderWay      what holds while a run is under way: preferences read
+//                     as synchronised at Send, windows drawn ten times a second
 //
 // Together the categories answer everything of the MailingController
 // protocol that an SMTP delivery asks; the delivery is handed the controller
@@ -19,6 +21,7 @@
 @class AttachmentsController;
 @class PeoplePickerView;
 @class PersonalisedText;
+@class RunLoopClock;
 
 @interface TolvoController : NSObject
 {
@@ -52,6 +55,11 @@
   NSString *webPageOrFileContents; // page of the current run, relinked
   PersonalisedText *pageText;      // the same, searched for tags
   NSMutableArray *recipients;      // addresses mailed so far
+
+  // While a run is under way (TolvoController+RunUnderWay).
+  BOOL runUnderWay;
+  RunLoopClock *runClock;          // draws the windows of a run
+  BOOL recipientsChanged;          // the mailed-list table is to be reloaded
 }
 
 // Accessors the SMTP delivery uses (MailingController).

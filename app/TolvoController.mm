@@ -1,5 +1,6 @@
 #import "TolvoController.h"
 #import "GetURLEventSource.h"
+#import "RunLoopClock.h"
 
 @implementation TolvoController
 
@@ -25,6 +26,8 @@
   RELEASE(people);
   RELEASE(webPageOrFileContents);
   RELEASE(pageText);
+  [runClock stop];
+  RELEASE(runClock);
   RELEASE(recipients);
   [[NSNotificationCenter defaultCenter] removeObserver: self];
   [[GetURLEventSource sharedSource] removeEventHandler: self];

@@ -27,6 +27,44 @@ static gnutls_session_t tlsSessionOf(id theTLS)
   return ((GSTLSSession *)aSession)->session;
 }
 
+// The authorities trusted: the system's, the one named for Tolvo, and the
+// one named for gnustep-base's own TLS. Reading the system's bundle takes
+// longer than a whole message, so the list is built once and again only
+// when one of the two settings changes.
+static gnutls_x509_trust_list_t trustList(void)
+{
+  static gnutls_x509_trust_list_t aTrust = NULL;
+  static NSString *builtFor[2] = { nil, nil };
+  NSUserDefaults *aStore = [NSUserDefaults standardUserDefaults];
+  NSString *extraAuthorities[] = { [aStore stringForKey: TolvoTLSCAFileKey],
+                                   [aStore stringForKey: GSTLSCAFile] };
+  if (aTrust != NULL)
+    {
+      BOOL same = YES;
+      for (int i = 0; i < 2; i++)
+        same = same && (extraAuthorities[i] == builtFor[i]
+                        || [extraAuthorities[i] isEqualToString: builtFor[i]]);
+      if (same)
+        return aTrust;
+      gnutls_x509_trust_list_deinit(aTrust, 1);
+      aTrust = NULL;
+    }
+  if (gnutls_x509_trust_list_init(&aTrust, 0) < 0)
+    {
+      aTrust = NULL;
+      return NULL;
+    }
+  gnutls_x509_trust_list_add_system_trust(aTrust, 0, 0);
+  for (int i = 0; i < 2; i++)
+    {
+      if ([extraAuthorities[i] length] > 0)
+        gnutls_x509_trust_list_add_trust_file(aTrust, [extraAuthorities[i] fileSystemRepresentation],
+                                              NULL, GNUTLS_X509_FMT_PEM, 0, 0);
+      ASSIGNCOPY(builtFor[i], extraAuthorities[i]);
+    }
+  return aTrust;
+}
+
 static NSString *problemForStatus(unsigned int theStatus)
 {
   if (theStatus & GNUTLS_CERT_UNEXPECTED_OWNER)
@@ -53,22 +91,9 @@ NSString *TolvoCertificateProblem(id theTLS, NSString *theHost)
   if (peers == NULL || count == 0)
     return @"the server sent no certificate";
 
-  gnutls_x509_trust_list_t aTrust = NULL;
-  if (gnutls_x509_trust_list_init(&aTrust, 0) < 0)
+  gnutls_x509_trust_list_t aTrust = trustList();
+  if (aTrust == NULL)
     return @"no trust list";
-  gnutls_x509_trust_list_add_system_trust(aTrust, 0, 0);
-  // The authority named for Tolvo, and the one named for gnustep-base's
-  // own TLS, are both trusted.
-  NSUserDefaults *aStore = [NSUserDefaults standardUserDefaults];
-  [aStore synchronize];
-  NSString *extraAuthorities[] = { [aStore stringForKey: TolvoTLSCAFileKey],
-                                   [aStore stringForKey: GSTLSCAFile] };
-  for (int i = 0; i < 2; i++)
-    {
-      if ([extraAuthorities[i] length] > 0)
-        gnutls_x509_trust_list_add_trust_file(aTrust, [extraAuthorities[i] fileSystemRepresentation],
-                                              NULL, GNUTLS_X509_FMT_PEM, 0, 0);
-    }
 
   gnutls_x509_crt_t *chain = (gnutls_x509_crt_t *)calloc(count, sizeof(gnutls_x509_crt_t));
   unsigned int imported = 0;
@@ -102,6 +127,5 @@ NSString *TolvoCertificateProblem(id theTLS, NSString *theHost)
   for (unsigned int i = 0; i < imported; i++)
     gnutls_x509_crt_deinit(chain[i]);
   free(chain);
-  gnutls_x509_trust_list_deinit(aTrust, 1);
   return aProblem;
 }

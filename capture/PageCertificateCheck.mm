@@ -38,6 +38,8 @@ static void checkedHandleEvent(id self, SEL _cmd, NSStream *theStream, NSStreamE
   if (theEvent == NSStreamEventOpenCompleted)
     {
       NSURLProtocol *aProtocol = (NSURLProtocol *)self;
+      // The authority settings as just written, by the defaults command too.
+      [[NSUserDefaults standardUserDefaults] synchronize];
       // gnustep-base's socket streams keep their TLS handler in "_handler".
       NSString *aProblem = TolvoCertificateProblem(objectIvar(theStream, "_handler"),
                                                    [[[aProtocol request] URL] host]);
