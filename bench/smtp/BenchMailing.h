@@ -5,6 +5,7 @@
 // completes, as the application's own loop would.
 #import <Foundation/Foundation.h>
 #include <string>
+#import "RunProfile.h"
 
 @class TolvoController;
 
@@ -19,6 +20,7 @@ struct MailingFigures {
   bool stalled = false;       // nothing accepted for longer than any session lasts
   unsigned long exceptions = 0;  // raised out of the run loop
   std::string firstException;
+  RunProfile profile;         // where the run's time went
 };
 
 // The resident memory of this process (VmRSS of /proc/self/status), kB.
@@ -33,6 +35,8 @@ long BenchResidentKilobytes(void);
 // selectedContentType 0 (the typed message as HTML).
 - (id) init;
 - (void) setPreference: (NSString *)theKey value: (id)theValue;
+// The files every message carries, as if dropped on the attachments list.
+- (void) setAttachments: (NSArray *)thePaths;
 
 // One run over theCount Persons (person1@example.com ...) with the page at
 // thePageAddress, bounded by theSeconds.

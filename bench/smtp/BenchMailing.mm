@@ -3,6 +3,7 @@
 #import "TolvoController.h"
 #import "TolvoController+Lifecycle.h"
 #import "TolvoController+MailingRun.h"
+#import "AttachmentsController.h"
 #import <Addresses/Addresses.h>
 #include <time.h>
 
@@ -80,6 +81,13 @@ static ADPerson *newPerson(unsigned long theNumber)
   [aStore synchronize];
 }
 
+- (void) setAttachments: (NSArray *)thePaths
+{
+  NSMutableArray *aList = [(AttachmentsController *)[controller getAttachments] getAttachments];
+  [aList removeAllObjects];
+  [aList addObjectsFromArray: thePaths];
+}
+
 - (MailingFigures) mailPersons: (unsigned long)theCount
                    pageAddress: (NSString *)thePageAddress
                         within: (NSTimeInterval)theSeconds
@@ -103,6 +111,7 @@ static ADPerson *newPerson(unsigned long theNumber)
   double aLimit = aStart + theSeconds;
   double aLastProgress = aStart;
   unsigned long aLastSent = 0;
+  BenchProfileStart();
   [controller send: [controller getSendButton]];
   // The application's own loop, one pool per turn: every SMTP object frees
   // itself by autorelease inside its last callback.
@@ -137,6 +146,7 @@ static ADPerson *newPerson(unsigned long theNumber)
       if (ended)
         break;
     }
+  figures.profile = BenchProfileStop();
   figures.seconds = monotonicSeconds() - aStart;
   figures.sent = [[controller recipients] count] - alreadyMailed;
   figures.completed = [controller getPeople] == nil && ![controller stopSending]
