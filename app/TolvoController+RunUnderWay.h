@@ -20,6 +20,9 @@
 // clock when the Send button no longer reads "Stop" (an error report).
 - (void) endRun;
 - (BOOL) runUnderWay;
+// Whether the preference getters read the store without synchronising it:
+// from the run's Send until the end of the run-loop turn in which it ended.
+- (BOOL) storeSynchronised;
 // The mailed-list table shows the recipients list as it is now: at once
 // outside a run, at the next drawing during one.
 - (void) noteRecipientsChanged;

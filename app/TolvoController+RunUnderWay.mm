@@ -5,8 +5,17 @@
 // Drawing the windows of a run at most this often (seconds).
 static const NSTimeInterval TolvoRunDrawingInterval = 0.1;
 
+// The modes in which the run's sessions go on: a menu held open or a modal
+// panel does not stop the windows from showing the run.
+static NSArray *runModes(void)
+{
+  return [NSArray arrayWithObjects: NSDefaultRunLoopMode, NSEventTrackingRunLoopMode,
+                  NSModalPanelRunLoopMode, nil];
+}
+
 @interface TolvoController (RunUnderWayPrivate)
 - (void) _drawRunWindows;
+- (void) _releaseStore;
 - (void) _runClockTicked: (RunLoopClock *) theClock;
 @end
 
@@ -24,6 +33,12 @@ static const NSTimeInterval TolvoRunDrawingInterval = 0.1;
     [status setToolTip: aStatus];
   [mainWindow displayIfNeeded];
   [recipientsWindow displayIfNeeded];
+}
+
+- (void) _releaseStore
+{
+  if (!runUnderWay)
+    storeSynchronised = NO;
 }
 
 - (void) _runClockTicked: (RunLoopClock *) theClock
@@ -45,13 +60,10 @@ static const NSTimeInterval TolvoRunDrawingInterval = 0.1;
 {
   [mainWindow endEditingFor: nil];
   runUnderWay = YES;
+  storeSynchronised = YES;
   if (runClock == nil)
     runClock = [[RunLoopClock alloc] initWithTarget: self action: @selector(_runClockTicked:)];
-  // The modes in which the run's sessions go on: a menu held open or a modal
-  // panel does not stop the windows from showing the run.
-  NSArray *someModes = [NSArray arrayWithObjects: NSDefaultRunLoopMode,
-                                NSEventTrackingRunLoopMode, NSModalPanelRunLoopMode, nil];
-  if (![runClock startWithInterval: TolvoRunDrawingInterval modes: someModes])
+  if (![runClock startWithInterval: TolvoRunDrawingInterval modes: runModes()])
     return;
   [mainWindow setAutodisplay: NO];
   [recipientsWindow setAutodisplay: NO];
@@ -62,6 +74,14 @@ static const NSTimeInterval TolvoRunDrawingInterval = 0.1;
   if (!runUnderWay)
     return;
   runUnderWay = NO;
+  // The last session still reads the completion action once the run is
+  // over, in the same turn of the run loop: the store stays as synchronised
+  // until that turn ends.
+  [[NSRunLoop currentRunLoop] performSelector: @selector(_releaseStore)
+                                       target: self
+                                     argument: nil
+                                        order: 0
+                                        modes: runModes()];
   [runClock stop];
   [mainWindow setAutodisplay: YES];
   [recipientsWindow setAutodisplay: YES];
@@ -71,6 +91,11 @@ static const NSTimeInterval TolvoRunDrawingInterval = 0.1;
 - (BOOL) runUnderWay
 {
   return runUnderWay;
+}
+
+- (BOOL) storeSynchronised
+{
+  return storeSynchronised;
 }
 
 - (void) noteRecipientsChanged

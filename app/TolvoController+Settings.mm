@@ -48,7 +48,7 @@ static const uint32_t TolvoPortLimit = 65365;
 // are seen at once either way.
 - (void) _synchronize
 {
-  if (!runUnderWay)
+  if (!storeSynchronised)
     [defaults synchronize];
 }
 

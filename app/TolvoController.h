@@ -58,6 +58,7 @@
 
   // While a run is under way (TolvoController+RunUnderWay).
   BOOL runUnderWay;
+  BOOL storeSynchronised;          // the store as the run's Send synchronised it
   RunLoopClock *runClock;          // draws the windows of a run
   BOOL recipientsChanged;          // the mailed-list table is to be reloaded
 }

@@ -132,6 +132,22 @@ TEST_P(UnverifiedServerTest, EndsBeforeLoginWithAReason)
 INSTANTIATE_TEST_SUITE_P(BadCertificates, UnverifiedServerTest,
                          ::testing::Values("selfsigned", "wrong-host"));
 
+// The trusted authorities are read once per setting: with the test
+// authority no longer named, the same server is no longer verified.
+TEST_F(SecureSessionTest, AnAuthorityNoLongerNamedIsNoLongerTrusted)
+{
+  ASSERT_TRUE(startSecureServer(@"localhost", [NSArray arrayWithObjects: @"--starttls", @"--auth-over-tls-only", nil]));
+  fillRecipient(@"ann@example.com", @"Ann Lee");
+  pressSend();
+  ASSERT_TRUE([server waitForMessageCount: 1 timeout: 20]) << logText();
+  ASSERT_TRUE(waitForLogLine(@"[Mailing completed at ", 10)) << logText();
+  setPreference(@"tlsCAFile", nil);
+  pressSend();
+  ASSERT_TRUE(waitForLogLine(@"The localhost server could not be verified: ", 20)) << logText();
+  TolvoRunLoopUntil(1, [] { return false; });
+  EXPECT_EQ([server messageCount], 1u);
+}
+
 TEST_F(SecureSessionTest, TLSFromTheFirstByteOnPort465)
 {
   NSMutableArray *args = [NSMutableArray arrayWithArray: [TestSMTPServer argumentsForCertificate: @"localhost"]];

@@ -1,0 +1,143 @@
+// What holds while a run is under way: the store synchronised once per
+// Send, and the windows drawn at most ten times a second but ending on the
+// run's final state.
+#import "MailingFixture.h"
+#import "TolvoController+MailingRun.h"
+#import "TestSupport.h"
+#include <objc/runtime.h>
+#include <time.h>
+
+namespace {
+
+// Counts the calls of one instance method while it is installed: the
+// counting function goes on the class itself (an inherited method is
+// overridden there) and calls the original.
+class CallCounter {
+ public:
+  CallCounter(Class theClass, SEL theSelector, void (*theCounting)(id, SEL))
+    : class_(theClass), selector_(theSelector)
+  {
+    Method aMethod = class_getInstanceMethod(theClass, theSelector);
+    types_ = method_getTypeEncoding(aMethod);
+    original_ = method_getImplementation(aMethod);
+    class_replaceMethod(class_, selector_, (IMP)theCounting, types_);
+  }
+  ~CallCounter() { class_replaceMethod(class_, selector_, original_, types_); }
+  IMP original() const { return original_; }
+
+ private:
+  Class class_;
+  SEL selector_;
+  const char *types_;
+  IMP original_;
+};
+
+unsigned long synchronizeCalls = 0;
+CallCounter *synchronizeCounter = nullptr;
+
+void countingSynchronize(id self, SEL _cmd)
+{
+  synchronizeCalls++;
+  ((void (*)(id, SEL))synchronizeCounter->original())(self, _cmd);
+}
+
+NSTextField *countedField = nil;
+unsigned long fieldDrawings = 0;
+CallCounter *drawingCounter = nullptr;
+
+void countingDrawing(id self, SEL _cmd, NSRect theFrame, NSView *theView)
+{
+  if (theView == countedField)
+    fieldDrawings++;
+  ((void (*)(id, SEL, NSRect, NSView *))drawingCounter->original())(self, _cmd, theFrame, theView);
+}
+
+double monotonicSeconds()
+{
+  struct timespec aTime;
+  clock_gettime(CLOCK_MONOTONIC, &aTime);
+  return aTime.tv_sec + aTime.tv_nsec / 1e9;
+}
+
+class RunUnderWayTest : public MailingTest {
+ protected:
+  NSMutableArray *people(int theCount)
+  {
+    NSMutableArray *somePeople = [NSMutableArray array];
+    for (int i = 1; i <= theCount; i++)
+      [somePeople addObject: person(@"Person", [NSString stringWithFormat: @"Number%d", i],
+                                    [NSString stringWithFormat: @"person%d@example.com", i])];
+    return somePeople;
+  }
+};
+
+// Checking the store's file for each of some twenty values per message cost
+// more than the message itself.
+TEST_F(RunUnderWayTest, ARunOfThreeSynchronisesThePreferencesOnceAtSend)
+{
+  ASSERT_TRUE(startServer([NSArray array]));
+  [controller setPeople: people(3)];
+  synchronizeCalls = 0;
+  synchronizeCounter = new CallCounter([NSUserDefaults class], @selector(synchronize),
+                                       countingSynchronize);
+  pressSend();
+  bool done = [server waitForMessageCount: 3 timeout: 30]
+    && waitForLogLine(@"[Mailing completed at ", 10);
+  delete synchronizeCounter;
+  synchronizeCounter = nullptr;
+  ASSERT_TRUE(done) << logText();
+  EXPECT_EQ(synchronizeCalls, 1ul);
+}
+
+// Outside a run each read synchronises, so a value the defaults command
+// wrote between two Sends is used by the second.
+TEST_F(RunUnderWayTest, ASenderChangedBetweenTwoSendsIsUsedByTheSecond)
+{
+  ASSERT_TRUE(startServer([NSArray array]));
+  fillRecipient(@"ann@example.com", @"Ann Lee");
+  pressSend();
+  ASSERT_TRUE([server waitForMessageCount: 1 timeout: 20]);
+  ASSERT_TRUE(waitForLogLine(@"[Mailing completed at ", 10));
+  NSTask *aTask = [NSTask launchedTaskWithLaunchPath: @"/usr/bin/defaults"
+    arguments: [NSArray arrayWithObjects: @"write", @"Tolvo", @"senderEmail", @"other@example.com", nil]];
+  [aTask waitUntilExit];
+  ASSERT_EQ([aTask terminationStatus], 0);
+  pressSend();
+  ASSERT_TRUE([server waitForMessageCount: 2 timeout: 20]) << logText();
+  NSString *aFrom = [TestSMTPServer decodedHeader: @"From" inMessage: [[server messages] objectAtIndex: 1]];
+  EXPECT_NE([aFrom rangeOfString: @"other@example.com"].location, (NSUInteger)NSNotFound) << [aFrom UTF8String];
+}
+
+// Seven status lines a message: the status line is drawn at most ten times
+// a second however many come, and ends on the last.
+TEST_F(RunUnderWayTest, TheStatusLineIsDrawnAtMostTenTimesASecondAndEndsOnTheLast)
+{
+  ASSERT_TRUE(startServer([NSArray array]));
+  [controller setPeople: people(40)];
+  [[controller mainWindow] orderFront: nil];
+  TolvoRunLoopUntil(1, [&] { return (bool)[[controller mainWindow] isVisible]; });
+  ASSERT_TRUE([[controller mainWindow] isVisible]);
+  countedField = [controller statusField];
+  fieldDrawings = 0;
+  drawingCounter = new CallCounter([NSTextFieldCell class], @selector(drawWithFrame:inView:),
+                                   (void (*)(id, SEL))countingDrawing);
+  double aStart = monotonicSeconds();
+  pressSend();
+  bool done = [server waitForMessageCount: 40 timeout: 60]
+    && waitForLogLine(@"[Mailing completed at ", 10);
+  double seconds = monotonicSeconds() - aStart;
+  unsigned long drawings = fieldDrawings;
+  delete drawingCounter;
+  drawingCounter = nullptr;
+  ASSERT_TRUE(done) << logText();
+  size_t lines = statusLines().size();
+  EXPECT_GE(lines, 40u * 7);
+  // Ten a second, one when the run starts and one when it ends.
+  EXPECT_LE(drawings, (unsigned long)(10 * seconds) + 3)
+    << drawings << " drawings of " << lines << " lines in " << seconds << " s";
+  EXPECT_GT(drawings, 0ul);
+  EXPECT_TRUE([[[controller statusField] stringValue] hasPrefix: @"[Mailing completed at "]);
+  EXPECT_EQ([[controller recipientsTableView] numberOfRows], 40);
+}
+
+} // namespace
