@@ -140,4 +140,22 @@ TEST_F(RunUnderWayTest, TheStatusLineIsDrawnAtMostTenTimesASecondAndEndsOnTheLas
   EXPECT_EQ([[controller recipientsTableView] numberOfRows], 40);
 }
 
+// A recipient field left in editing would have each recipient written into
+// it selected and copied to the desktop's selection: editing ends at Send.
+TEST_F(RunUnderWayTest, EditingOfARecipientFieldEndsWhenTheRunStarts)
+{
+  ASSERT_TRUE(startServer([NSArray array]));
+  [[controller mainWindow] makeKeyAndOrderFront: nil];
+  TolvoRunLoopUntil(1, [&] { return (bool)[[controller mainWindow] isVisible]; });
+  [[controller mainWindow] makeFirstResponder: [controller toField]];
+  ASSERT_TRUE([[controller toField] currentEditor] != nil);
+  [controller setPeople: people(3)];
+  pressSend();
+  EXPECT_TRUE([[controller toField] currentEditor] == nil);
+  ASSERT_TRUE([server waitForMessageCount: 3 timeout: 30]) << logText();
+  ASSERT_TRUE(waitForLogLine(@"[Mailing completed at ", 10));
+  EXPECT_TRUE([[controller toField] currentEditor] == nil);
+  EXPECT_TRUE([[[controller toField] stringValue] isEqualToString: @"person3@example.com"]);
+}
+
 } // namespace
