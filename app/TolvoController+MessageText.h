@@ -10,4 +10,9 @@
 // in the finished HTML (values inserted as they are). nil when the writer
 // gives nothing.
 - (NSString *) getHTMLMessage;
+
+// Counts the edits of the message view's text (and a change of the view's
+// text storage), so that a run writes it as HTML again only after an edit.
+- (unsigned long) typedTextEdits;
+- (void) typedTextEdited: (NSNotification *) theNotification;
 @end

@@ -61,6 +61,12 @@
   BOOL storeSynchronised;          // the store as the run's Send synchronised it
   RunLoopClock *runClock;          // draws the windows of a run
   BOOL recipientsChanged;          // the mailed-list table is to be reloaded
+  NSString *typedHTML;             // the message view written as HTML, untagged
+  NSTextStorage *typedHTMLStorage; // ... from this text (not retained)
+  int typedHTMLCharacterSet;       // ... in this character set
+  unsigned long typedHTMLEdits;    // ... after this many edits
+  NSTextStorage *watchedStorage;   // the text whose edits are counted
+  unsigned long typedTextEdits;
 }
 
 // Accessors the SMTP delivery uses (MailingController).

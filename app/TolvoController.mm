@@ -26,6 +26,8 @@
   RELEASE(people);
   RELEASE(webPageOrFileContents);
   RELEASE(pageText);
+  RELEASE(typedHTML);
+  RELEASE(watchedStorage);
   [runClock stop];
   RELEASE(runClock);
   RELEASE(recipients);

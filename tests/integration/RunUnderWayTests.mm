@@ -158,4 +158,30 @@ TEST_F(RunUnderWayTest, EditingOfARecipientFieldEndsWhenTheRunStarts)
   EXPECT_TRUE([[[controller toField] stringValue] isEqualToString: @"person3@example.com"]);
 }
 
+// The typed text is written as HTML once for a run, and again after an
+// edit: a message composed after the edit carries the edited text.
+TEST_F(RunUnderWayTest, TypedTextEditedDuringARunReachesTheLaterMessages)
+{
+  ASSERT_TRUE(startServer([NSArray arrayWithObjects: @"--greeting-delay", @"1", nil]));
+  setPreference(@"selectedContentType", [NSNumber numberWithInt: 0]);
+  [[controller messageView] setString: @"First text for {toName}."];
+  [controller setPeople: people(3)];
+  pressSend();
+  ASSERT_TRUE([server waitForMessageCount: 1 timeout: 20]) << logText();
+  [[controller messageView] setString: @"Edited text for {toName}."];
+  ASSERT_TRUE([server waitForMessageCount: 3 timeout: 30]) << logText();
+  NSString *texts[3];
+  for (NSUInteger i = 0; i < 3; i++)
+    {
+      NSArray *parts = [TestSMTPServer leafPartsOfMessage: [[server messages] objectAtIndex: i]];
+      texts[i] = [[NSString alloc] initWithData: [TestSMTPServer payloadOfPart: [parts objectAtIndex: 0]]
+                                       encoding: NSUTF8StringEncoding];
+      [texts[i] autorelease];
+    }
+  EXPECT_NE([texts[0] rangeOfString: @"First text for Person Number1."].location, (NSUInteger)NSNotFound)
+    << [texts[0] UTF8String];
+  EXPECT_NE([texts[2] rangeOfString: @"Edited text for Person Number3."].location, (NSUInteger)NSNotFound)
+    << [texts[2] UTF8String];
+}
+
 } // namespace
