@@ -1,6 +1,6 @@
 #import "SMTP+Private.h"
 #import "LocalizedStrings.h"
-#import "SMTPTransport.h"
+#import "SMTPService.h"
 #import <Pantomime/CWMessage.h>
 
 @implementation SMTP
@@ -103,7 +103,7 @@
 {
   NSString *aServer = [_controller getServer];
   int aPort = [_controller getPort];
-  _smtp = [[TolvoSMTPTransport alloc] initWithName: aServer port: aPort];
+  _smtp = [[SMTPService alloc] initWithName: aServer port: aPort];
   [_smtp setDelegate: self];
   [_smtp setMessage: theMessage];
   [self _prepareSession];

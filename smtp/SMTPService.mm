@@ -1,0 +1,39 @@
+#import "SMTPService.h"
+#import <Pantomime/CWConnection.h>
+
+// What one write hands the connection: a few TLS records, a good part of
+// a socket's send buffer.
+static const NSUInteger TolvoWriteBlock = 64 * 1024;
+
+@implementation SMTPService
+
+- (void) updateWrite
+{
+  // The sent bytes stay in the buffer until all of it is sent: moving the
+  // rest to the front after every write would copy a large message over
+  // and over.
+  while (written < [_wbuf length])
+    {
+      NSUInteger aLength = [_wbuf length] - written;
+      ssize_t aCount = [_connection write: (char *)[_wbuf mutableBytes] + written
+                                   length: (int)(aLength > TolvoWriteBlock ? TolvoWriteBlock : aLength)];
+      // Nothing taken (the socket is full) or an error: the library's
+      // watcher calls again once the socket can take more, or the read
+      // side reports the lost connection.
+      if (aCount <= 0)
+        return;
+      if (_delegate != nil && [_delegate respondsToSelector: @selector(service:sentData:)])
+        [_delegate performSelector: @selector(service:sentData:)
+                        withObject: self
+                        withObject: [_wbuf subdataWithRange: NSMakeRange(written, (NSUInteger)aCount)]];
+      written += (NSUInteger)aCount;
+    }
+  [_wbuf setLength: 0];
+  written = 0;
+  // All written: nothing more to wait for until the next command.
+  NSRunLoop *aLoop = [NSRunLoop currentRunLoop];
+  for (NSString *aMode in _runLoopModes)
+    [aLoop removeEvent: (void *)(intptr_t)[_connection fd] type: ET_WDESC forMode: aMode all: YES];
+}
+
+@end
