@@ -1,4 +1,5 @@
 #import "SMTPService.h"
+#import "TLSConnection.h"
 #import <Pantomime/CWConnection.h>
 
 // What one write hands the connection: a few TLS records, a good part of
@@ -6,6 +7,12 @@
 static const NSUInteger TolvoWriteBlock = 64 * 1024;
 
 @implementation SMTPService
+
+- (void) connectInBackgroundAndNotify
+{
+  [super connectInBackgroundAndNotify];
+  [TLSConnection adoptConnection: (CWTCPConnection *)_connection];
+}
 
 - (void) updateWrite
 {

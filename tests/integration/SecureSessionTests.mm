@@ -4,6 +4,8 @@
 #import "MailingFixture.h"
 #import "TolvoController+MailingRun.h"
 #import "TestSupport.h"
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -131,6 +133,46 @@ TEST_P(UnverifiedServerTest, EndsBeforeLoginWithAReason)
 
 INSTANTIATE_TEST_SUITE_P(BadCertificates, UnverifiedServerTest,
                          ::testing::Values("selfsigned", "wrong-host"));
+
+// The handshake names the server (RFC 6066 3), so a server holding several
+// names can present the certificate for the one asked for.
+TEST_F(SecureSessionTest, TheHandshakeSendsTheServersName)
+{
+  ASSERT_TRUE(startSecureServer(@"localhost", [NSArray arrayWithObjects: @"--starttls", @"--auth-over-tls-only", nil]));
+  fillRecipient(@"ann@example.com", @"Ann Lee");
+  pressSend();
+  ASSERT_TRUE([server waitForMessageCount: 1 timeout: 20]) << logText();
+  NSDictionary *anEnvelope = [[server envelopes] objectAtIndex: 0];
+  EXPECT_TRUE([[anEnvelope objectForKey: @"server_name"] isEqual: @"localhost"])
+    << [[anEnvelope description] UTF8String];
+}
+
+// A run over TLS writes nothing on the standard error stream: every step
+// is told on the status line and in the activity log.
+TEST_F(SecureSessionTest, ARunOfTenOverTLSPrintsNothingOnStandardError)
+{
+  ASSERT_TRUE(startSecureServer(@"localhost", [NSArray arrayWithObjects: @"--starttls", @"--auth-over-tls-only", nil]));
+  NSMutableArray *somePeople = [NSMutableArray array];
+  for (int i = 1; i <= 10; i++)
+    [somePeople addObject: person(@"Person", [NSString stringWithFormat: @"Number%d", i],
+                                  [NSString stringWithFormat: @"person%d@example.com", i])];
+  [controller setPeople: somePeople];
+  NSString *aCapture = [TolvoTemporaryFolder(@"stderr") stringByAppendingPathComponent: @"stderr.txt"];
+  fflush(stderr);
+  int saved = dup(2);
+  int captured = open([aCapture fileSystemRepresentation], O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  ASSERT_GE(captured, 0);
+  dup2(captured, 2);
+  pressSend();
+  bool done = [server waitForMessageCount: 10 timeout: 60] && waitForLogLine(@"[Mailing completed at ", 10);
+  fflush(stderr);
+  dup2(saved, 2);
+  close(saved);
+  close(captured);
+  ASSERT_TRUE(done) << logText();
+  NSString *printed = [NSString stringWithContentsOfFile: aCapture];
+  EXPECT_EQ([printed length], 0u) << [printed UTF8String];
+}
 
 // The trusted authorities are read once per setting: with the test
 // authority no longer named, the same server is no longer verified.
