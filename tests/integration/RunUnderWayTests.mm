@@ -5,6 +5,8 @@
 #import "TolvoController+MailingRun.h"
 #import "TestSupport.h"
 #include <objc/runtime.h>
+#include <map>
+#include <string>
 #include <time.h>
 
 namespace {
@@ -50,6 +52,27 @@ void countingDrawing(id self, SEL _cmd, NSRect theFrame, NSView *theView)
   if (theView == countedField)
     fieldDrawings++;
   ((void (*)(id, SEL, NSRect, NSView *))drawingCounter->original())(self, _cmd, theFrame, theView);
+}
+
+// The timers each run-loop mode holds, invalidated ones included: a timer
+// stays in the list of every mode it was added to until that mode runs
+// again, and the modes of menus and modal panels may not run for hours.
+std::map<std::string, unsigned> timersByMode()
+{
+  std::map<std::string, unsigned> counts;
+  NSRunLoop *aLoop = [NSRunLoop currentRunLoop];
+  Ivar aMapIvar = class_getInstanceVariable([NSRunLoop class], "_contextMap");
+  NSMapTable *aMap = *(NSMapTable **)((char *)aLoop + ivar_getOffset(aMapIvar));
+  for (NSString *aMode in NSAllMapTableKeys(aMap))
+    {
+      id aContext = (id)NSMapGet(aMap, aMode);
+      Ivar aTimersIvar = class_getInstanceVariable([aContext class], "timers");
+      // GSIArray: the items, then their count.
+      struct { void *items; unsigned count; } *someTimers =
+        *(decltype(someTimers) *)((char *)aContext + ivar_getOffset(aTimersIvar));
+      counts[[aMode UTF8String]] = someTimers != nullptr ? someTimers->count : 0;
+    }
+  return counts;
 }
 
 double monotonicSeconds()
@@ -182,6 +205,30 @@ TEST_F(RunUnderWayTest, TypedTextEditedDuringARunReachesTheLaterMessages)
     << [texts[0] UTF8String];
   EXPECT_NE([texts[2] rangeOfString: @"Edited text for Person Number3."].location, (NSUInteger)NSNotFound)
     << [texts[2] UTF8String];
+}
+
+// Each session once left its time-limit timer and the library's connection
+// timer in the menu and modal-panel modes: thousands after a long run.
+TEST_F(RunUnderWayTest, ARunOfTwoHundredLeavesNoTimerInAnyMode)
+{
+  ASSERT_TRUE(startServer([NSArray array]));
+  // One message first: the mail library's name resolver keeps one timer of
+  // its own for the whole process from its first use on.
+  fillRecipient(@"first@example.com", @"First Person");
+  pressSend();
+  ASSERT_TRUE([server waitForMessageCount: 1 timeout: 20]) << logText();
+  ASSERT_TRUE(waitForLogLine(@"[Mailing completed at ", 10));
+  TolvoRunLoopUntil(0.5, [] { return false; });
+  std::map<std::string, unsigned> before = timersByMode();
+  [controller setPeople: people(200)];
+  pressSend();
+  ASSERT_TRUE([server waitForMessageCount: 201 timeout: 120]) << logText();
+  ASSERT_TRUE(TolvoRunLoopUntil(10, [&] { return [controller getPeople] == nil; }));
+  TolvoRunLoopUntil(0.5, [] { return false; });
+  std::map<std::string, unsigned> after = timersByMode();
+  for (const auto &aMode : after)
+    EXPECT_LE(aMode.second, before[aMode.first]) << aMode.first << ": " << before[aMode.first]
+                                                 << " timers before the run, " << aMode.second << " after";
 }
 
 } // namespace
