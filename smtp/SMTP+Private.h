@@ -28,3 +28,9 @@ extern NSTimeInterval TolvoAcceptanceNoticeDelay;
 - (BOOL) _messageEndSent;
 - (void) _stopWatchdog;
 @end
+
+// Asked by the run's clock (SessionWatch) while the session is watched:
+// ends the session when its stage's time limit is reached.
+@interface SMTP (TimeLimitsWatch)
+- (void) _watchdogFired: (id) theClock;
+@end

@@ -7,6 +7,7 @@
 // would mail them again.
 #import "SMTP+Private.h"
 #import "LocalizedStrings.h"
+#import "SessionWatch.h"
 #import <Pantomime/CWSMTP.h>
 
 NSTimeInterval TolvoSessionTimeout = 30.0;
@@ -17,9 +18,6 @@ NSTimeInterval TolvoAcceptanceNoticeDelay = 5.0;
 // stuffing (4.5.2) makes sure no other line of the data is just ".".
 static const unsigned char TolvoMessageEnd[5] = { '\r', '\n', '.', '\r', '\n' };
 
-@interface SMTP (TimeLimitsPrivate)
-- (void) _watchdogFired: (NSTimer *) theTimer;
-@end
 
 @implementation SMTP (TimeLimits)
 
@@ -33,22 +31,16 @@ static const unsigned char TolvoMessageEnd[5] = { '\r', '\n', '.', '\r', '\n' };
 }
 
 // Every callback and every chunk read or written counts as activity, so a
-// large message on a slow link is not mistaken for a silent server.
+// large message on a slow link is not mistaken for a silent server. The
+// run's clock (SessionWatch) asks -_watchdogFired: whether the limit is
+// reached.
 - (void) _noteActivity
 {
   lastActivity = [NSDate timeIntervalSinceReferenceDate];
-  if (watchdog != nil || sessionEnded)
+  if (watched || sessionEnded)
     return;
-  NSTimeInterval aPeriod = TolvoSessionTimeout / 4 < 1.0 ? TolvoSessionTimeout / 4 : 1.0;
-  watchdog = RETAIN([NSTimer timerWithTimeInterval: aPeriod
-                                            target: self
-                                          selector: @selector(_watchdogFired:)
-                                          userInfo: nil
-                                           repeats: YES]);
-  NSRunLoop *aLoop = [NSRunLoop currentRunLoop];
-  [aLoop addTimer: watchdog forMode: NSDefaultRunLoopMode];
-  [aLoop addTimer: watchdog forMode: NSEventTrackingRunLoopMode];
-  [aLoop addTimer: watchdog forMode: NSModalPanelRunLoopMode];
+  watched = YES;
+  [SessionWatch watch: self];
 }
 
 // Keeps the last five bytes written; when they are the end of the message,
@@ -82,15 +74,17 @@ static const unsigned char TolvoMessageEnd[5] = { '\r', '\n', '.', '\r', '\n' };
 
 - (void) _stopWatchdog
 {
-  [watchdog invalidate];
-  DESTROY(watchdog);
+  if (!watched)
+    return;
+  watched = NO;
+  [SessionWatch leave: self];
 }
 
 @end
 
-@implementation SMTP (TimeLimitsPrivate)
+@implementation SMTP (TimeLimitsWatch)
 
-- (void) _watchdogFired: (NSTimer *) theTimer
+- (void) _watchdogFired: (id) theClock
 {
   NSTimeInterval now = [NSDate timeIntervalSinceReferenceDate];
   NSTimeInterval aLimit = TolvoSessionTimeout;

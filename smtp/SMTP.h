@@ -24,7 +24,7 @@
   BOOL closeRequested;                // this object asked the library to close
   BOOL refused;                       // the run was stopped for this message
   BOOL sessionEnded;                  // the session has ended, by any path
-  NSTimer *watchdog;                  // ends a session that the library left waiting
+  BOOL watched;                       // the run's clock keeps this session's time limit
   NSTimeInterval lastActivity;        // when the library last did or heard anything
   NSTimeInterval messageEndSent;      // when the final "." went out; 0 before
   BOOL waitingShown;                  // the wait for acceptance was announced

@@ -7,8 +7,7 @@
 
 - (void) dealloc
 {
-  [watchdog invalidate];
-  RELEASE(watchdog);
+  [self _stopWatchdog];
   // The session object is freed when its session ends (see SMTP+Session).
   [super dealloc];
 }

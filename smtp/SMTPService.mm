@@ -8,8 +8,8 @@ static const NSUInteger TolvoWriteBlock = 64 * 1024;
 
 @implementation SMTPService
 
-// The library schedules its connection and time-out timers, and the session
-// its own, in every mode the session runs in. A timer that has been
+// The library schedules its connection and time-out timers in every mode
+// the session runs in. A timer that has been
 // invalidated stays in the list of a mode until that mode runs again, and
 // the modes of menus and modal panels may not run for hours: each session
 // would leave its timers there. Once the session is gone, those modes are

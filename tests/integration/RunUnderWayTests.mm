@@ -4,6 +4,7 @@
 #import "MailingFixture.h"
 #import "TolvoController+MailingRun.h"
 #import "TestSupport.h"
+#import "RunLoopClock.h"
 #include <objc/runtime.h>
 #include <map>
 #include <string>
@@ -73,6 +74,15 @@ std::map<std::string, unsigned> timersByMode()
       counts[[aMode UTF8String]] = someTimers != nullptr ? someTimers->count : 0;
     }
   return counts;
+}
+
+unsigned long clockStarts = 0;
+IMP originalClockStart = nullptr;
+
+BOOL countingClockStart(id self, SEL _cmd, NSTimeInterval theInterval, NSArray *theModes)
+{
+  clockStarts++;
+  return ((BOOL (*)(id, SEL, NSTimeInterval, NSArray *))originalClockStart)(self, _cmd, theInterval, theModes);
 }
 
 double monotonicSeconds()
@@ -205,6 +215,22 @@ TEST_F(RunUnderWayTest, TypedTextEditedDuringARunReachesTheLaterMessages)
     << [texts[0] UTF8String];
   EXPECT_NE([texts[2] rangeOfString: @"Edited text for Person Number3."].location, (NSUInteger)NSNotFound)
     << [texts[2] UTF8String];
+}
+
+// The time limits of a run's sessions are kept by one clock for the whole
+// run, besides the one that draws its windows: not one per message.
+TEST_F(RunUnderWayTest, ARunOfTwentyStartsOneClockForItsSessions)
+{
+  ASSERT_TRUE(startServer([NSArray array]));
+  [controller setPeople: people(20)];
+  Method aStart = class_getInstanceMethod([RunLoopClock class], @selector(startWithInterval:modes:));
+  originalClockStart = method_setImplementation(aStart, (IMP)countingClockStart);
+  clockStarts = 0;
+  pressSend();
+  bool done = [server waitForMessageCount: 20 timeout: 60] && waitForLogLine(@"[Mailing completed at ", 10);
+  method_setImplementation(aStart, originalClockStart);
+  ASSERT_TRUE(done) << logText();
+  EXPECT_EQ(clockStarts, 2ul);
 }
 
 // Each session once left its time-limit timer and the library's connection
