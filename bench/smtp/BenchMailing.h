@@ -13,6 +13,7 @@ struct MailingFigures {
   bool completed = false;     // "[Mailing completed at ...]" reached
   unsigned long sent = 0;     // messages the server accepted (recipients list)
   double seconds = 0;         // from pressing Send to the run's end
+  double cpuSeconds = 0;      // this process's processor time (user and system) meanwhile
   long residentBefore = 0;    // VmRSS in kB, just before Send
   long residentAt100 = 0;     // ... once the 100th message was accepted
   long residentAfter = 0;     // ... after the run, its autorelease pool drained

@@ -5,6 +5,7 @@
 #import "TolvoController+MailingRun.h"
 #import "AttachmentsController.h"
 #import <Addresses/Addresses.h>
+#include <sys/resource.h>
 #include <time.h>
 
 static const char *const BenchTypedMessage =
@@ -16,6 +17,14 @@ static const char *const BenchTypedMessage =
 
 // Longer than the session time limit (TolvoSessionTimeout, 30 s).
 static const double BenchStallSeconds = 45;
+
+static double processorSeconds(void)
+{
+  struct rusage aUsage;
+  getrusage(RUSAGE_SELF, &aUsage);
+  return aUsage.ru_utime.tv_sec + aUsage.ru_utime.tv_usec / 1e6
+    + aUsage.ru_stime.tv_sec + aUsage.ru_stime.tv_usec / 1e6;
+}
 
 static double monotonicSeconds(void)
 {
@@ -108,6 +117,7 @@ static ADPerson *newPerson(unsigned long theNumber)
 
   figures.residentBefore = BenchResidentKilobytes();
   double aStart = monotonicSeconds();
+  double aProcessorStart = processorSeconds();
   double aLimit = aStart + theSeconds;
   double aLastProgress = aStart;
   unsigned long aLastSent = 0;
@@ -148,6 +158,7 @@ static ADPerson *newPerson(unsigned long theNumber)
     }
   figures.profile = BenchProfileStop();
   figures.seconds = monotonicSeconds() - aStart;
+  figures.cpuSeconds = processorSeconds() - aProcessorStart;
   figures.sent = [[controller recipients] count] - alreadyMailed;
   figures.completed = [controller getPeople] == nil && ![controller stopSending]
     && [[[controller statusField] stringValue] hasPrefix: @"[Mailing completed at "];

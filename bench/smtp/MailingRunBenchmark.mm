@@ -218,9 +218,10 @@ static void printRun(const char *theLabel, const MailingFigures &theFigures, uns
     {
       const RunProfile &p = theFigures.profile;
       double perMessage = 1000.0 / theFigures.sent;
-      printf("%-9s time per message    : %.3f ms = compose %.3f + session %.3f + window %.3f ms\n",
+      printf("%-9s time per message    : %.3f ms = compose %.3f + session %.3f + window %.3f ms"
+             " (processor time of Tolvo: %.3f ms)\n",
              theLabel, theFigures.seconds * perMessage, p.compose * perMessage,
-             p.session * perMessage, p.window * perMessage);
+             p.session * perMessage, p.window * perMessage, theFigures.cpuSeconds * perMessage);
     }
   if (!theFigures.completed)
     printf("%-9s last status line    : %s\n", theLabel, theFigures.lastStatus.c_str());
