@@ -307,9 +307,8 @@ struct Verdicts {
     char aLine[256];
     bool isMet = theRun.completed && growth < BenchGrowthLimitMB;
     snprintf(aLine, sizeof(aLine), "verdict %-9s memory : %s (%.1f MB growth from message 100 to the last, limit %.0f MB)",
-             theLabel, theRun.completed && growth < BenchGrowthLimitMB ? "met" : "not met",
-             growth, BenchGrowthLimitMB);
-    add(theRun.completed && growth < BenchGrowthLimitMB, aLine);
+             theLabel, isMet ? "met" : "not met", growth, BenchGrowthLimitMB);
+    add(isMet, aLine);
   }
 };
 
