@@ -1,6 +1,7 @@
 #import "PersonalisedText.h"
 #include "TagReplacement.h"
 
+#include <ctype.h>
 #include <string>
 
 // The units that the platform's string search takes as part of the
@@ -19,6 +20,37 @@ static bool extendsCharacter(char16_t theUnit)
   if (theUnit >= 0xDC00 && theUnit <= 0xDFFF)
     return true;
   return (nonBase[theUnit >> 3] >> (theUnit & 7)) & 1;
+}
+
+// Whether theText may hold a tag: a "{" followed by a tag's letters in any
+// case. Read a piece at a time, so that a large page without tags is never
+// copied whole.
+static BOOL mayHoldTag(NSString *theText)
+{
+  enum { Piece = 4096, Overlap = 10 };
+  unichar piece[Piece + Overlap];
+  NSUInteger aLength = [theText length];
+  for (NSUInteger at = 0; at < aLength; at += Piece)
+    {
+      // Pieces overlap by the longest tag, so a tag across two is seen.
+      NSUInteger count = MIN((NSUInteger)(Piece + Overlap), aLength - at);
+      [theText getCharacters: piece range: NSMakeRange(at, count)];
+      for (NSUInteger i = 0; i < count && i < (NSUInteger)Piece; i++)
+        {
+          if (piece[i] != '{')
+            continue;
+          for (const std::u16string &aTag : tolvo::kTags)
+            {
+              NSUInteger j = 1;
+              while (j < aTag.size() && i + j < count
+                     && (piece[i + j] < 128 ? tolower(piece[i + j]) : piece[i + j]) == (unichar)tolower(aTag[j]))
+                j++;
+              if (j == aTag.size())
+                return YES;
+            }
+        }
+    }
+  return NO;
 }
 
 static std::u16string unitsOf(NSString *theText)
@@ -47,6 +79,8 @@ NSMutableString *TolvoReplaceTags(NSString *theText, NSString *const *theValues)
 {
   if (theText == nil)
     return nil;
+  if (!mayHoldTag(theText))
+    return AUTORELEASE([theText mutableCopy]);
   std::u16string store[tolvo::kTagCount];
   std::u16string aText = tolvo::replaceTagsInTurn(unitsOf(theText), tagValues(theValues, store),
                                                   extendsCharacter);
@@ -65,7 +99,9 @@ static tolvo::TaggedText *taggedText(void *theText)
 {
   PersonalisedText *aText = [[self alloc] init];
   ASSIGN(aText->string, theText);
-  aText->tagged = new tolvo::TaggedText(unitsOf(theText), extendsCharacter);
+  // A text without tags is not kept a second time.
+  if (mayHoldTag(theText))
+    aText->tagged = new tolvo::TaggedText(unitsOf(theText), extendsCharacter);
   return AUTORELEASE(aText);
 }
 
@@ -86,12 +122,12 @@ static tolvo::TaggedText *taggedText(void *theText)
 
 - (BOOL) hasTags
 {
-  return taggedText(tagged)->hasTags();
+  return tagged != NULL && taggedText(tagged)->hasTags();
 }
 
 - (NSString *) stringWithValues: (NSString *const *)theValues
 {
-  if (!taggedText(tagged)->hasTags())
+  if (![self hasTags])
     return string;
   BOOL same = lastResult != nil;
   for (int i = 0; same && i < TolvoTagValueCount; i++)
