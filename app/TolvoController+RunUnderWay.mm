@@ -1,6 +1,7 @@
 #import "TolvoController+RunUnderWay.h"
 #import "LocalizedStrings.h"
 #import "RunLoopClock.h"
+#import "RunPartCache.h"
 
 // Drawing the windows of a run at most this often (seconds).
 static const NSTimeInterval TolvoRunDrawingInterval = 0.1;
@@ -61,6 +62,7 @@ static NSArray *runModes(void)
   [mainWindow endEditingFor: nil];
   runUnderWay = YES;
   storeSynchronised = YES;
+  TolvoBeginRunPartCache();
   if (runClock == nil)
     runClock = [[RunLoopClock alloc] initWithTarget: self action: @selector(_runClockTicked:)];
   if (![runClock startWithInterval: TolvoRunDrawingInterval modes: runModes()])
@@ -74,6 +76,7 @@ static NSArray *runModes(void)
   if (!runUnderWay)
     return;
   runUnderWay = NO;
+  TolvoEndRunPartCache();
   // The last session still reads the completion action once the run is
   // over, in the same turn of the run loop: the store stays as synchronised
   // until that turn ends.

@@ -1,6 +1,7 @@
 #import "MessageLayout.h"
 #import "HeaderText.h"
 #import "MessageData.h"
+#import "RunPartCache.h"
 #import <Pantomime/CWConstants.h>
 #import <Pantomime/CWInternetAddress.h>
 #import <Pantomime/CWMessage.h>
@@ -67,9 +68,9 @@ void TolvoAddMessageBody(CWMessage *theMessage, id<MessageSource> theSource)
 
   int aContentType = [theSource getSelectedContentType];
   if (aContentType == 1)
-    TolvoAppendTextPart(&someBytes, aBoundary, [theSource getMessage], @"text/plain", aCharacterSet);
+    TolvoAppendRunTextPart(&someBytes, aBoundary, [theSource getMessage], @"text/plain", aCharacterSet);
   else if (aContentType == 0)
-    TolvoAppendTextPart(&someBytes, aBoundary, [theSource getHTMLMessage], @"text/html", aCharacterSet);
+    TolvoAppendRunTextPart(&someBytes, aBoundary, [theSource getHTMLMessage], @"text/html", aCharacterSet);
 
   // Each call personalises a copy of the whole page: every copy goes as
   // soon as it has been looked at or written.
@@ -79,8 +80,8 @@ void TolvoAddMessageBody(CWMessage *theMessage, id<MessageSource> theSource)
   if (hasPage)
     {
       aPool = [NSAutoreleasePool new];
-      TolvoAppendTextPart(&someBytes, aBoundary, [theSource getWebPageOrFileContents],
-                          @"text/html", aCharacterSet);
+      TolvoAppendRunTextPart(&someBytes, aBoundary, [theSource getWebPageOrFileContents],
+                             @"text/html", aCharacterSet);
       [aPool release];
     }
 
@@ -90,10 +91,8 @@ void TolvoAddMessageBody(CWMessage *theMessage, id<MessageSource> theSource)
     {
       aPool = [NSAutoreleasePool new];
       NSString *aPath = [paths objectAtIndex: i];
-      NSData *aFile = [NSData dataWithContentsOfFile: aPath];
-      if (aFile != nil)
-        TolvoAppendFilePart(&someBytes, aBoundary, aFile, TolvoHeaderText([aPath lastPathComponent]),
-                            TolvoMIMETypeForPath(aPath));
+      TolvoAppendRunFilePart(&someBytes, aBoundary, aPath, TolvoHeaderText([aPath lastPathComponent]),
+                             TolvoMIMETypeForPath(aPath));
       [aPool release];
     }
   TolvoAppendClosingBoundary(&someBytes, aBoundary);

@@ -217,6 +217,32 @@ TEST_F(RunUnderWayTest, TypedTextEditedDuringARunReachesTheLaterMessages)
     << [texts[2] UTF8String];
 }
 
+// An attachment is encoded once per run and kept while the file stays as
+// it was: a file changed during the run reaches the messages composed
+// after the change.
+TEST_F(RunUnderWayTest, AnAttachmentChangedDuringARunReachesTheLaterMessages)
+{
+  ASSERT_TRUE(startServer([NSArray arrayWithObjects: @"--greeting-delay", @"1", nil]));
+  NSString *aPath = [TolvoTemporaryFolder(@"attachment") stringByAppendingPathComponent: @"prices.txt"];
+  ASSERT_TRUE([@"First prices\n" writeToFile: aPath atomically: NO]);
+  [[[controller getAttachments] getAttachments] addObject: aPath];
+  [controller setPeople: people(3)];
+  pressSend();
+  ASSERT_TRUE([server waitForMessageCount: 1 timeout: 20]) << logText();
+  // Another size, so the change shows whatever the clock's resolution.
+  ASSERT_TRUE([@"Second prices, changed\n" writeToFile: aPath atomically: NO]);
+  ASSERT_TRUE([server waitForMessageCount: 3 timeout: 30]) << logText();
+  NSString *attached[3];
+  for (NSUInteger i = 0; i < 3; i++)
+    {
+      NSArray *parts = [TestSMTPServer leafPartsOfMessage: [[server messages] objectAtIndex: i]];
+      attached[i] = AUTORELEASE([[NSString alloc] initWithData: [TestSMTPServer payloadOfPart: [parts lastObject]]
+                                                      encoding: NSUTF8StringEncoding]);
+    }
+  EXPECT_TRUE([attached[0] isEqualToString: @"First prices\n"]) << [attached[0] UTF8String];
+  EXPECT_TRUE([attached[2] isEqualToString: @"Second prices, changed\n"]) << [attached[2] UTF8String];
+}
+
 // The time limits of a run's sessions are kept by one clock for the whole
 // run, besides the one that draws its windows: not one per message.
 TEST_F(RunUnderWayTest, ARunOfTwentyStartsOneClockForItsSessions)
