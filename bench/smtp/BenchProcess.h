@@ -25,6 +25,9 @@
 - (BOOL) waitForPort: (int)thePort within: (NSTimeInterval)theSeconds;
 
 - (BOOL) isRunning;
+// The processor time (user and system) the program has used so far, in
+// seconds; 0 when it cannot be read.
+- (double) processorSeconds;
 // What the program wrote so far.
 - (NSString *) output;
 // SIGTERM, then SIGKILL after five seconds; waits for the end.

@@ -142,6 +142,22 @@ static BOOL portAccepts(int thePort)
   return NO;
 }
 
+- (double) processorSeconds
+{
+  // /proc/PID/stat: fields 14 and 15 are utime and stime, in clock ticks,
+  // after the command name in parentheses.
+  NSString *aStat = [NSString stringWithContentsOfFile:
+    [NSString stringWithFormat: @"/proc/%d/stat", [task processIdentifier]]];
+  NSRange aNameEnd = [aStat rangeOfString: @")" options: NSBackwardsSearch];
+  if (aNameEnd.location == NSNotFound)
+    return 0;
+  NSArray *fields = [[aStat substringFromIndex: NSMaxRange(aNameEnd) + 1] componentsSeparatedByString: @" "];
+  if ([fields count] < 13)
+    return 0;
+  double ticks = sysconf(_SC_CLK_TCK);
+  return ([[fields objectAtIndex: 11] doubleValue] + [[fields objectAtIndex: 12] doubleValue]) / ticks;
+}
+
 - (BOOL) isRunning
 {
   return task != nil && !processHasEnded([task processIdentifier]);
