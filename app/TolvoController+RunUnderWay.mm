@@ -38,8 +38,10 @@ static NSArray *runModes(void)
 
 - (void) _releaseStore
 {
-  if (!runUnderWay)
-    storeSynchronised = NO;
+  if (runUnderWay)
+    return;
+  storeSynchronised = NO;
+  DESTROY(runPassword);
 }
 
 - (void) _runClockTicked: (RunLoopClock *) theClock
@@ -62,6 +64,7 @@ static NSArray *runModes(void)
   [mainWindow endEditingFor: nil];
   runUnderWay = YES;
   storeSynchronised = YES;
+  DESTROY(runPassword);
   TolvoBeginRunPartCache();
   if (runClock == nil)
     runClock = [[RunLoopClock alloc] initWithTarget: self action: @selector(_runClockTicked:)];

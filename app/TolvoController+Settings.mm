@@ -141,8 +141,14 @@ static const uint32_t TolvoPortLimit = 65365;
 
 - (NSString *) getPassword
 {
-  // Kept in the desktop's keyring under the server and the user name.
-  return [self _requiredString: [LoginPassword passwordInDefaults: defaults]
+  // Kept in the desktop's keyring under the server and the user name. A
+  // run asks the keyring once: every message of it logs in with the same.
+  if (storeSynchronised && runPassword != nil)
+    return runPassword;
+  NSString *aPassword = [LoginPassword passwordInDefaults: defaults];
+  if (storeSynchronised)
+    ASSIGN(runPassword, aPassword);
+  return [self _requiredString: aPassword
                  exceptionName: TolvoNoPassword
                         reason: "The outgoing SMTP server 'Password:' preference value has not been specified."];
 }

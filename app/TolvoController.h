@@ -59,6 +59,7 @@
   // While a run is under way (TolvoController+RunUnderWay).
   BOOL runUnderWay;
   BOOL storeSynchronised;          // the store as the run's Send synchronised it
+  NSString *runPassword;           // the login password, as the run first read it
   RunLoopClock *runClock;          // draws the windows of a run
   BOOL recipientsChanged;          // the mailed-list table is to be reloaded
   NSString *typedHTML;             // the message view written as HTML, untagged

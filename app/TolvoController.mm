@@ -27,6 +27,7 @@
   RELEASE(webPageOrFileContents);
   RELEASE(pageText);
   RELEASE(typedHTML);
+  RELEASE(runPassword);
   RELEASE(watchedStorage);
   [runClock stop];
   RELEASE(runClock);

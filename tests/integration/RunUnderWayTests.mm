@@ -5,6 +5,7 @@
 #import "TolvoController+MailingRun.h"
 #import "TestSupport.h"
 #import "RunLoopClock.h"
+#import "LoginPassword.h"
 #include <objc/runtime.h>
 #include <map>
 #include <string>
@@ -74,6 +75,15 @@ std::map<std::string, unsigned> timersByMode()
       counts[[aMode UTF8String]] = someTimers != nullptr ? someTimers->count : 0;
     }
   return counts;
+}
+
+unsigned long passwordReads = 0;
+IMP originalPasswordRead = nullptr;
+
+id countingPasswordRead(id self, SEL _cmd, NSUserDefaults *theDefaults)
+{
+  passwordReads++;
+  return ((id (*)(id, SEL, NSUserDefaults *))originalPasswordRead)(self, _cmd, theDefaults);
 }
 
 unsigned long clockStarts = 0;
@@ -241,6 +251,27 @@ TEST_F(RunUnderWayTest, AnAttachmentChangedDuringARunReachesTheLaterMessages)
     }
   EXPECT_TRUE([attached[0] isEqualToString: @"First prices\n"]) << [attached[0] UTF8String];
   EXPECT_TRUE([attached[2] isEqualToString: @"Second prices, changed\n"]) << [attached[2] UTF8String];
+}
+
+// The login password is asked of the keyring (or the preferences store)
+// once per run, not for every message's login.
+TEST_F(RunUnderWayTest, ARunOfThreeReadsThePasswordOnce)
+{
+  ASSERT_TRUE(startServer([NSArray arrayWithObjects: @"--user", @"ann", @"--password", @"secret", nil]));
+  setPreference(@"selectedAuthentication", [NSNumber numberWithInt: 2]);
+  setPreference(@"loginUsername", @"ann");
+  setPreference(@"loginPassword", @"secret");
+  [controller setPeople: people(3)];
+  Method aRead = class_getClassMethod([LoginPassword class], @selector(passwordInDefaults:));
+  originalPasswordRead = method_setImplementation(aRead, (IMP)countingPasswordRead);
+  passwordReads = 0;
+  pressSend();
+  bool done = [server waitForMessageCount: 3 timeout: 30] && waitForLogLine(@"[Mailing completed at ", 10);
+  method_setImplementation(aRead, originalPasswordRead);
+  ASSERT_TRUE(done) << logText();
+  EXPECT_EQ(passwordReads, 1ul);
+  for (NSDictionary *anEnvelope in [server envelopes])
+    EXPECT_TRUE([[anEnvelope objectForKey: @"auth_user"] isEqual: @"ann"]);
 }
 
 // The time limits of a run's sessions are kept by one clock for the whole
