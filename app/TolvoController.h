@@ -19,6 +19,7 @@
 #import "MailingController.h"
 
 @class AttachmentsController;
+@class FrontBrowserQuery;
 @class PeoplePickerView;
 @class PersonalisedText;
 @class RunLoopClock;
@@ -68,6 +69,9 @@
   unsigned long typedHTMLEdits;    // ... after this many edits
   NSTextStorage *watchedStorage;   // the text whose edits are counted
   unsigned long typedTextEdits;
+
+  FrontBrowserQuery *browserQuery; // the From Browser question under way, or nil
+  NSButton *browserButton;         // the button that asked it
 }
 
 // Accessors the SMTP delivery uses (MailingController).

@@ -32,6 +32,10 @@
   [runClock stop];
   RELEASE(runClock);
   RELEASE(recipients);
+  [browserQuery setDelegate: nil];
+  [browserQuery cancel];
+  RELEASE(browserQuery);
+  RELEASE(browserButton);
   [[NSNotificationCenter defaultCenter] removeObserver: self];
   [[GetURLEventSource sharedSource] removeEventHandler: self];
   [super dealloc];

@@ -107,7 +107,7 @@ static const CGFloat SideButtonWidth = 128;
                                                              SideButtonWidth, RowHeight)
                                           action: @selector(showRecipients:)
                                           target: theController];
-  NSButton *aBrowser = [self _buttonWithTitle: @"From Browser"
+  NSButton *aBrowser = [self _buttonWithTitle: TolvoLocalizedCString("From Browser")
                                         frame: NSMakeRect(sideX, rowY0 - 3 * (RowHeight + RowGap),
                                                           SideButtonWidth, RowHeight)
                                        action: @selector(webPage:)

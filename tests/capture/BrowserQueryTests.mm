@@ -1,126 +1,38 @@
-// The browser query: the choice of browser with a process list the tests
-// control, the scripts run through NSStringExtensions, the DevTools method
-// against a stand-in endpoint on loopback, and webPage: on the controller.
+// The From Browser button: which browsers are asked and how, against
+// stand-in browsers that the tests start on their own display (a window
+// with the browser's process name and, for Chromium, a DevTools endpoint on
+// loopback); the scripts run through NSStringExtensions; the process list.
 #import <AppKit/AppKit.h>
 #include <gtest/gtest.h>
 
 #import "ApplicationWindows.h"
-#import "BrowserQuery.h"
+#import "FrontBrowserQuery.h"
 #import "NSString+Scripting.h"
 #import "ProcessList.h"
 #import "TestPageServer.h"
 #import "TestSupport.h"
 #import "TolvoController.h"
 #import "TolvoController+BrowserQuery.h"
+#import "TolvoController+Lifecycle.h"
 
 #include <objc/runtime.h>
 #include <signal.h>
 #include <unistd.h>
 
+// Counts the turns of a repeating timer: the run loop still serving it.
+@interface Ticker : NSObject
+{
+@public
+  int ticks;
+}
+- (void) tick: (NSTimer *) theTimer;
+@end
+
+@implementation Ticker
+- (void) tick: (NSTimer *) theTimer { ticks++; }
+@end
+
 namespace {
-
-// Address order and title order, rank 1 first.
-const Browser addressOrder[] = { BrowserChromium, BrowserFalkon, BrowserEdge, BrowserGnomeWeb, BrowserFirefox };
-const Browser titleOrder[] = { BrowserChromium, BrowserFirefox, BrowserFalkon, BrowserEdge, BrowserGnomeWeb };
-
-// The first executable name of each browser given, as a process list.
-NSArray *running(std::initializer_list<Browser> theBrowsers)
-{
-  NSMutableArray *names = [NSMutableArray array];
-  for (Browser aBrowser : theBrowsers)
-    [names addObject: [browserExecutableNames(aBrowser) objectAtIndex: 0]];
-  return names;
-}
-
-class BrowserChoiceTest : public ::testing::Test {
- protected:
-  void TearDown() override { setRunningProcessNamesOverride(nil); }
-};
-
-TEST_F(BrowserChoiceTest, EveryRankOfTheAddressOrderIsTakenWhenTheRanksAboveDoNotRun)
-{
-  for (int aRank = 0; aRank < BrowserCount; aRank++)
-    {
-      // This rank's browser and every one below it run.
-      NSMutableArray *names = [NSMutableArray array];
-      for (int aLower = aRank; aLower < BrowserCount; aLower++)
-        [names addObject: [browserExecutableNames(addressOrder[aLower]) objectAtIndex: 0]];
-      setRunningProcessNamesOverride(names);
-      EXPECT_EQ(chooseAddressBrowser(), addressOrder[aRank]) << "rank " << aRank + 1;
-      EXPECT_EQ(chooseAddressScript(), browserAddressScript(addressOrder[aRank]));
-    }
-}
-
-TEST_F(BrowserChoiceTest, EveryRankOfTheTitleOrderIsTakenWhenTheRanksAboveDoNotRun)
-{
-  for (int aRank = 0; aRank < BrowserCount; aRank++)
-    {
-      NSMutableArray *names = [NSMutableArray array];
-      for (int aLower = aRank; aLower < BrowserCount; aLower++)
-        [names addObject: [browserExecutableNames(titleOrder[aLower]) objectAtIndex: 0]];
-      setRunningProcessNamesOverride(names);
-      EXPECT_EQ(chooseTitleBrowser(), titleOrder[aRank]) << "rank " << aRank + 1;
-      EXPECT_EQ(chooseTitleScript(), browserTitleScript(titleOrder[aRank]));
-    }
-}
-
-TEST_F(BrowserChoiceTest, EachBrowserAloneIsChosenForBoth)
-{
-  for (int aBrowser = 0; aBrowser < BrowserCount; aBrowser++)
-    {
-      setRunningProcessNamesOverride(running({ (Browser)aBrowser }));
-      EXPECT_EQ(chooseAddressBrowser(), (Browser)aBrowser);
-      EXPECT_EQ(chooseTitleBrowser(), (Browser)aBrowser);
-    }
-}
-
-TEST_F(BrowserChoiceTest, OnlyGnomeWebRunningGivesAddressAndTitleFromIt)
-{
-  setRunningProcessNamesOverride([NSArray arrayWithObject: @"epiphany"]);
-  EXPECT_EQ(chooseAddressScript(), browserAddressScript(BrowserGnomeWeb));
-  EXPECT_EQ(chooseTitleScript(), browserTitleScript(BrowserGnomeWeb));
-}
-
-TEST_F(BrowserChoiceTest, FirefoxAndEdgeGiveTheAddressFromEdgeAndTheTitleFromFirefox)
-{
-  setRunningProcessNamesOverride([NSArray arrayWithObjects: @"firefox-esr", @"msedge", nil]);
-  EXPECT_EQ(chooseAddressScript(), browserAddressScript(BrowserEdge));
-  EXPECT_EQ(chooseTitleScript(), browserTitleScript(BrowserFirefox));
-}
-
-TEST_F(BrowserChoiceTest, WithChromiumRunningNothingElseMatters)
-{
-  setRunningProcessNamesOverride(running({ BrowserFirefox, BrowserGnomeWeb, BrowserEdge, BrowserFalkon,
-                                           BrowserChromium }));
-  EXPECT_EQ(chooseAddressBrowser(), BrowserChromium);
-  EXPECT_EQ(chooseTitleBrowser(), BrowserChromium);
-}
-
-TEST_F(BrowserChoiceTest, NoKnownBrowserRunningGivesNoScript)
-{
-  setRunningProcessNamesOverride([NSArray arrayWithObjects: @"bash", @"Xvfb", @"chromium-helper", nil]);
-  EXPECT_EQ(chooseAddressScript(), nil);
-  EXPECT_EQ(chooseTitleScript(), nil);
-  EXPECT_EQ(chooseAddressBrowser(), BrowserCount);
-}
-
-TEST_F(BrowserChoiceTest, EveryExecutableNameOfARowRecognisesIt)
-{
-  const char *rows[][6] = {
-    { "chromium", "chromium-browser", "chrome", "google-chrome", "google-chrome-stable", NULL },
-    { "firefox", "firefox-esr", "firefox-bin", NULL },
-    { "epiphany", "epiphany-browser", NULL },
-    { "msedge", "microsoft-edge", "microsoft-edge-stable", NULL },
-    { "falkon", NULL },
-  };
-  for (int aBrowser = 0; aBrowser < BrowserCount; aBrowser++)
-    for (int i = 0; rows[aBrowser][i] != NULL; i++)
-      {
-        setRunningProcessNamesOverride([NSArray arrayWithObject:
-                                         [NSString stringWithUTF8String: rows[aBrowser][i]]]);
-        EXPECT_EQ(chooseAddressBrowser(), (Browser)aBrowser) << rows[aBrowser][i];
-      }
-}
 
 TEST(ProcessList, FindsAChildProcessByItsExecutableName)
 {
@@ -129,7 +41,6 @@ TEST(ProcessList, FindsAChildProcessByItsExecutableName)
   [aTask setArguments: [NSArray arrayWithObject: @"30"]];
   [aTask launch];
   EXPECT_TRUE(isExecutableRunning(@"sleep"));
-  EXPECT_TRUE(isProcessRunning([NSArray arrayWithObjects: @"no-such-browser", @"sleep", nil]));
   kill([aTask processIdentifier], SIGKILL);
   [aTask waitUntilExit];
 }
@@ -245,127 +156,93 @@ TEST(ReverseExtractBetween, CaseIsIgnored)
                 isEqualToString: @"y"]);
 }
 
-// A stand-in for a Chromium-family browser with its DevTools endpoint open:
-// a server on loopback answering /json/list, its port in the profile's
-// DevToolsActivePort.
-class DevToolsTest : public ::testing::Test {
- protected:
-  void SetUp() override
+// A stand-in browser started by the test (tests/capture/stand_in_browser.py).
+struct StandIn
+{
+  NSTask *task = nil;
+  NSString *folder = nil;
+  NSString *list = nil;
+  int port = 0;
+
+  // theName: the browser's executable name; thePort: -1 for no DevTools.
+  bool start(NSString *theName, NSString *theTitle, int thePort, NSArray *theExtra = nil)
   {
-    folder = RETAIN(TolvoTemporaryFolder(@"devtools"));
-    listPath = RETAIN([folder stringByAppendingPathComponent: @"list.json"]);
-    writeList(@"[]");
-    NSArray *someArguments = [NSArray arrayWithObjects: @"--json-list", listPath, nil];
-    server = RETAIN([TestPageServer startWithArguments: someArguments scheme: @"http"]);
-    ASSERT_NE(server, nil);
-    NSDictionary *anEnvironment = [[NSProcessInfo processInfo] environment];
-    NSString *aConfig = [anEnvironment objectForKey: @"XDG_CONFIG_HOME"];
-    // The scripts see the HOME of the environment (the test's fresh one);
-    // GNUstep's NSHomeDirectory() comes from the password file instead.
-    if ([aConfig length] == 0)
-      aConfig = [[anEnvironment objectForKey: @"HOME"] stringByAppendingPathComponent: @".config"];
-    profile = RETAIN([aConfig stringByAppendingPathComponent: @"chromium"]);
-    [[NSFileManager defaultManager] createDirectoryAtPath: profile
-                              withIntermediateDirectories: YES attributes: nil error: NULL];
-    NSString *aPort = [NSString stringWithFormat: @"%d\n/devtools/browser/0a1b2c\n", [server port]];
-    [aPort writeToFile: [profile stringByAppendingPathComponent: @"DevToolsActivePort"] atomically: YES];
-  }
-  void TearDown() override
-  {
-    setRunningProcessNamesOverride(nil);
-    [[NSFileManager defaultManager] removeFileAtPath: profile handler: nil];
-    [[NSFileManager defaultManager] removeFileAtPath: folder handler: nil];
-    DESTROY(server);
-    DESTROY(folder);
-    DESTROY(listPath);
-    DESTROY(profile);
-  }
-  void writeList(NSString *theJSON)
-  {
-    [theJSON writeToFile: listPath atomically: YES];
+    folder = RETAIN(TolvoTemporaryFolder(@"stand-in"));
+    list = RETAIN([folder stringByAppendingPathComponent: @"list.json"]);
+    [@"[]" writeToFile: list atomically: YES];
+    NSString *aReady = [folder stringByAppendingPathComponent: @"ready"];
+    NSMutableArray *someArguments = [NSMutableArray arrayWithObjects:
+      TolvoSourcePath(@"tests/capture/stand_in_browser.py"), @"--as", theName, @"--title", theTitle,
+      @"--list", list, @"--ready-file", aReady,
+      @"--requests", [folder stringByAppendingPathComponent: @"requests"],
+      @"--watch-pid", [NSString stringWithFormat: @"%d", getpid()],
+      [@"--user-data-dir=" stringByAppendingString: [folder stringByAppendingPathComponent: @"profile"]], nil];
+    if (thePort >= 0)
+      [someArguments addObject: [NSString stringWithFormat: @"--remote-debugging-port=%d", thePort]];
+    if (theExtra != nil)
+      [someArguments addObjectsFromArray: theExtra];
+    task = TolvoLaunchLoggedTask(@"/usr/bin/python3", someArguments,
+                                 [folder stringByAppendingPathComponent: @"log"], NULL);
+    if (task == nil)
+      return false;
+    if (!TolvoRunLoopUntil(20, [aReady] {
+          return [[NSFileManager defaultManager] fileExistsAtPath: aReady] ? true : false; }))
+      return false;
+    port = [[NSString stringWithContentsOfFile: aReady] intValue];
+    return true;
   }
   // The list as Chromium prints it: an extension's background page first,
-  // then the tabs.
+  // then the tab.
   void showPage(NSString *theURL, NSString *theTitle)
   {
-    writeList([NSString stringWithFormat:
-      @"[ {\n   \"description\": \"\",\n   \"id\": \"B1\",\n   \"title\": \"Some extension\",\n"
-      @"   \"type\": \"background_page\",\n   \"url\": \"chrome-extension://abc/bg.html\"\n"
-      @"}, {\n   \"description\": \"\",\n   \"id\": \"P1\",\n   \"title\": \"%@\",\n"
-      @"   \"type\": \"page\",\n   \"url\": \"%@\"\n} ]\n", theTitle, theURL]);
+    [[NSString stringWithFormat:
+      @"[ {\n   \"id\": \"B1\",\n   \"title\": \"Some extension\",\n   \"type\": \"background_page\",\n"
+      @"   \"url\": \"chrome-extension://abc/bg.html\"\n}, {\n   \"id\": \"P1\",\n   \"title\": \"%@\",\n"
+      @"   \"type\": \"page\",\n   \"url\": \"%@\"\n} ]\n", theTitle, theURL]
+      writeToFile: list atomically: YES];
   }
   NSUInteger listRequests()
   {
-    NSUInteger aCount = 0;
-    NSEnumerator *e = [[server requestedPaths] objectEnumerator];
-    NSString *aPath;
-    while ((aPath = [e nextObject]) != nil)
-      if ([aPath isEqualToString: @"/json/list"])
-        aCount++;
-    return aCount;
+    NSString *aText = [NSString stringWithContentsOfFile: [folder stringByAppendingPathComponent: @"requests"]];
+    return aText == nil ? 0 : [[aText componentsSeparatedByString: @"/json/list\n"] count] - 1;
   }
-
-  TestPageServer *server = nil;
-  NSString *folder = nil;
-  NSString *listPath = nil;
-  NSString *profile = nil;
+  void raise()
+  {
+    [[NSString stringWithFormat: @"xdotool search --pid %d | while read w; do xdotool windowraise $w; done; echo ok",
+               [task processIdentifier]] runScript];
+  }
+  ~StandIn()
+  {
+    if (task != nil)
+      {
+        kill([task processIdentifier], SIGKILL);
+        [task waitUntilExit];
+      }
+    DESTROY(task);
+    DESTROY(folder);
+    DESTROY(list);
+  }
 };
 
-TEST_F(DevToolsTest, TheAddressAndTitleOfTheFirstTab)
+// A free port on loopback, as a browser's --remote-debugging-port.
+int FreePort()
 {
-  showPage(@"http://127.0.0.1:8000/Docs/Index.html", @"Caf\u00e9 \\\"Docs\\\"");
-  EXPECT_TRUE([[browserAddressScript(BrowserChromium) runScript]
-                isEqualToString: @"http://127.0.0.1:8000/Docs/Index.html"]);
-  EXPECT_TRUE([[browserTitleScript(BrowserChromium) runScript] isEqualToString: @"Caf\u00e9 \"Docs\""]);
-}
-
-TEST_F(DevToolsTest, WithoutCurlTheEndpointIsAskedThroughPython)
-{
-  showPage(@"http://127.0.0.1:8000/page.html", @"Page");
-  // A command folder with everything the script needs but curl.
-  NSString *aBin = [folder stringByAppendingPathComponent: @"bin"];
-  [[NSFileManager defaultManager] createDirectoryAtPath: aBin withIntermediateDirectories: YES
-                                             attributes: nil error: NULL];
-  const char *tools[] = { "cat", "tr", "sed", "awk", "head", "tail", "sort", "sleep" };
-  for (const char *aTool : tools)
-    {
-      NSString *aName = [NSString stringWithUTF8String: aTool];
-      NSString *aTarget = [@"/usr/bin" stringByAppendingPathComponent: aName];
-      if (![[NSFileManager defaultManager] isExecutableFileAtPath: aTarget])
-        aTarget = [@"/bin" stringByAppendingPathComponent: aName];
-      symlink([aTarget fileSystemRepresentation],
-              [[aBin stringByAppendingPathComponent: aName] fileSystemRepresentation]);
-    }
-  NSString *aScript = [NSString stringWithFormat: @"PATH='%@'\n%@", aBin, browserAddressScript(BrowserChromium)];
-  EXPECT_TRUE([[aScript runScript] isEqualToString: @"http://127.0.0.1:8000/page.html"]);
-  EXPECT_EQ(listRequests(), 1u);
-}
-
-TEST_F(DevToolsTest, NoTabAndNoWindowIsNoResult)
-{
-  writeList(@"[ ]");
-  EXPECT_EQ([browserAddressScript(BrowserChromium) runScript], nil);
-  EXPECT_EQ([browserTitleScript(BrowserChromium) runScript], nil);
-}
-
-TEST_F(DevToolsTest, EdgeHasItsOwnProfileFolder)
-{
-  showPage(@"http://127.0.0.1:8000/page.html", @"Page");
-  // The endpoint is in Chromium's profile, not in Edge's.
-  EXPECT_EQ([browserAddressScript(BrowserEdge) runScript], nil);
+  NSString *aPort = [@"/usr/bin/python3 -c 'import socket; s = socket.socket(); s.bind((\"127.0.0.1\", 0)); "
+                      @"print(s.getsockname()[1])'" runScript];
+  return [aPort intValue];
 }
 
 // The alert that webPage: asks for, as doAlert:adding: receives it. The
 // alert itself (a sheet with its modal loop) belongs to the lifecycle and is
 // not shown here: the method is replaced for the test process.
-static NSMutableArray *alertsAsked = nil;
+NSMutableArray *alertsAsked = nil;
 
-static void recordAlert(id theController, SEL theSelector, NSString *theMessage, NSString *theText)
+void recordAlert(id theController, SEL theSelector, NSString *theMessage, NSString *theText)
 {
   [alertsAsked addObject: [NSArray arrayWithObjects: theMessage, theText, nil]];
 }
 
-static void recordAlertsInsteadOfShowingThem()
+void recordAlertsInsteadOfShowingThem()
 {
   if (alertsAsked == nil)
     alertsAsked = [NSMutableArray new];
@@ -386,76 +263,202 @@ bool askedForTheAlertOnce()
           [NSString stringWithUTF8String: AlertText]];
 }
 
-// webPage: with a stand-in Chromium: its DevTools endpoint answers.
-class WebPageButtonTest : public DevToolsTest {
+// webPage: on the controller as the application builds it, with the
+// stand-ins each test starts.
+class FromBrowserTest : public ::testing::Test {
  protected:
   void SetUp() override
   {
-    DevToolsTest::SetUp();
     controller = [ApplicationWindows newControllerWithWindows];
+    [controller applicationWillFinishLaunching: nil];
     [[controller webPageOrFileField] setStringValue: @"typed before"];
     [[controller subjectField] setStringValue: @"subject before"];
-    setRunningProcessNamesOverride([NSArray arrayWithObject: @"chromium"]);
+    button = RETAIN(AUTORELEASE([[NSButton alloc] initWithFrame: NSMakeRect(0, 0, 100, 24)]));
+    [button setTitle: @"From Browser"];
     recordAlertsInsteadOfShowingThem();
   }
   void TearDown() override
   {
     DESTROY(controller);
-    DevToolsTest::TearDown();
+    DESTROY(button);
   }
+  // Presses the button and runs the run loop until the answer is in.
+  bool press()
+  {
+    [controller webPage: button];
+    return TolvoRunLoopUntil(30, [this] { return [controller browserQuery] == nil; });
+  }
+  NSString *field() { return [[controller webPageOrFileField] stringValue]; }
+  NSString *subjectText() { return [[controller subjectField] stringValue]; }
+  NSString *log()
+  {
+    NSString *aPath = [[controller activityLogFolder] stringByAppendingPathComponent: @"Tolvo.log"];
+    NSString *aText = [NSString stringWithContentsOfFile: aPath];
+    return aText != nil ? aText : @"";
+  }
+  bool logHas(NSString *theText) { return [log() rangeOfString: theText].location != NSNotFound; }
+
   TolvoController *controller = nil;
+  NSButton *button = nil;
 };
 
-
-TEST_F(WebPageButtonTest, TheAddressGoesToThePageFieldAndTheTitleToTheSubject)
+TEST_F(FromBrowserTest, TheDevToolsPortOfTheBrowsersCommandLineGivesAddressAndTitle)
 {
-  showPage(@"http://127.0.0.1:8000/Docs/Index.html", @"Loopback Docs");
-  [controller webPage: nil];
-  EXPECT_TRUE([[[controller webPageOrFileField] stringValue]
-                isEqualToString: @"http://127.0.0.1:8000/Docs/Index.html"]);
-  EXPECT_TRUE([[[controller subjectField] stringValue] isEqualToString: @"Loopback Docs"]);
+  StandIn chromium;
+  ASSERT_TRUE(chromium.start(@"chromium", @"Loopback Docs", FreePort()));
+  chromium.showPage(@"http://127.0.0.1:8000/Docs/Index.html", @"Caf\u00e9 \\\"Docs\\\"");
+  ASSERT_TRUE(press());
+  EXPECT_STREQ([field() UTF8String], "http://127.0.0.1:8000/Docs/Index.html");
+  EXPECT_STREQ([subjectText() UTF8String], "Caf\u00e9 \"Docs\"");
   EXPECT_EQ([alertsAsked count], 0u);
+  EXPECT_TRUE(logHas(@"From Browser: Chromium answered through DevTools in ")) << [log() UTF8String];
+  EXPECT_TRUE(logHas(@": http://127.0.0.1:8000/Docs/Index.html\r"));
 }
 
-TEST_F(WebPageButtonTest, AnAddressWithoutTitleLeavesTheSubject)
+TEST_F(FromBrowserTest, PortZeroIsReadFromDevToolsActivePortInTheProfile)
 {
-  showPage(@"http://127.0.0.1:8000/page.html", @"");
-  [controller webPage: nil];
-  EXPECT_TRUE([[[controller webPageOrFileField] stringValue] isEqualToString: @"http://127.0.0.1:8000/page.html"]);
-  EXPECT_TRUE([[[controller subjectField] stringValue] isEqualToString: @"subject before"]);
+  StandIn chromium;
+  ASSERT_TRUE(chromium.start(@"chromium", @"Page", 0));
+  chromium.showPage(@"http://127.0.0.1:8000/page.html", @"Zero Page");
+  ASSERT_TRUE(press());
+  EXPECT_STREQ([field() UTF8String], "http://127.0.0.1:8000/page.html");
+  EXPECT_STREQ([subjectText() UTF8String], "Zero Page");
+  EXPECT_EQ(chromium.listRequests(), 1u);
 }
 
-TEST_F(WebPageButtonTest, NoAddressShowsTheAlertAndDropsTheTitle)
+TEST_F(FromBrowserTest, TheBrowserInFrontIsAskedFirst)
 {
-  // A tab with a title but no address: the address script finds nothing
-  // (and no window for the keyboard), the title script still runs.
-  showPage(@"", @"A title");
-  [controller webPage: nil];
+  StandIn back, front;
+  ASSERT_TRUE(back.start(@"chromium", @"Back", FreePort()));
+  ASSERT_TRUE(front.start(@"chromium", @"Front", FreePort()));
+  back.showPage(@"http://127.0.0.1:8000/back.html", @"Back Page");
+  front.showPage(@"http://127.0.0.1:8000/front.html", @"Front Page");
+  front.raise();
+  ASSERT_TRUE(press());
+  EXPECT_STREQ([field() UTF8String], "http://127.0.0.1:8000/front.html");
+  EXPECT_STREQ([subjectText() UTF8String], "Front Page");
+  EXPECT_EQ(back.listRequests(), 0u);
+
+  back.raise();
+  ASSERT_TRUE(press());
+  EXPECT_STREQ([field() UTF8String], "http://127.0.0.1:8000/back.html");
+  EXPECT_STREQ([subjectText() UTF8String], "Back Page");
+}
+
+TEST_F(FromBrowserTest, ABrowserWithoutAWindowOnThisDisplayIsNeverAsked)
+{
+  // Such as a Chromium with a debugging port that someone else runs on
+  // another display of the machine.
+  StandIn elsewhere;
+  ASSERT_TRUE(elsewhere.start(@"chromium", @"Elsewhere", 0, [NSArray arrayWithObject: @"--no-window"]));
+  elsewhere.showPage(@"http://127.0.0.1:8000/elsewhere.html", @"Elsewhere");
+  ASSERT_TRUE(press());
+  EXPECT_EQ(elsewhere.listRequests(), 0u);
   EXPECT_TRUE(askedForTheAlertOnce());
-  EXPECT_EQ(listRequests(), 2u);
-  EXPECT_TRUE([[[controller webPageOrFileField] stringValue] isEqualToString: @"typed before"]);
-  EXPECT_TRUE([[[controller subjectField] stringValue] isEqualToString: @"subject before"]);
+  EXPECT_STREQ([field() UTF8String], "typed before");
+  EXPECT_TRUE(logHas(@"From Browser: no browser window on this display")) << [log() UTF8String];
 }
 
-TEST_F(WebPageButtonTest, NoBrowserRunningShowsTheAlert)
+TEST_F(FromBrowserTest, AnEndpointThatAnotherProcessListensOnIsNotBelieved)
 {
-  showPage(@"http://127.0.0.1:8000/page.html", @"Page");
-  setRunningProcessNamesOverride([NSArray array]);
-  [controller webPage: nil];
-  EXPECT_TRUE(askedForTheAlertOnce());
-  EXPECT_EQ(listRequests(), 0u);
-  EXPECT_TRUE([[[controller webPageOrFileField] stringValue] isEqualToString: @"typed before"]);
+  // The browser's command line names a port that is not its own (it could
+  // not bind it): the process listening there is someone else's.
+  NSString *aFolder = TolvoTemporaryFolder(@"other-endpoint");
+  NSString *aList = [aFolder stringByAppendingPathComponent: @"list.json"];
+  [@"[{\"type\": \"page\", \"url\": \"http://127.0.0.1:8000/other.html\", \"title\": \"Other\"}]"
+    writeToFile: aList atomically: YES];
+  TestPageServer *other = [TestPageServer startWithArguments:
+                             [NSArray arrayWithObjects: @"--json-list", aList, nil] scheme: @"http"];
+  ASSERT_NE(other, nil);
+  StandIn chromium;
+  ASSERT_TRUE(chromium.start(@"chromium", @"Mine", -1,
+                             [NSArray arrayWithObject: [NSString stringWithFormat:
+                                                          @"--remote-debugging-port=%d", [other port]]]));
+  ASSERT_TRUE(press());
+  EXPECT_FALSE([[other requestedPaths] containsObject: @"/json/list"]);
+  EXPECT_STRNE([field() UTF8String], "http://127.0.0.1:8000/other.html");
+  [other stop];
 }
 
-TEST_F(WebPageButtonTest, AChromiumWithoutPageShowsTheAlertEvenIfAnotherBrowserShowsOne)
+TEST_F(FromBrowserTest, ANewTabInFrontIsNoWebPage)
 {
-  // Chromium comes first in both orders; its scripts fail, Firefox is
-  // never asked.
-  writeList(@"[ ]");
-  setRunningProcessNamesOverride([NSArray arrayWithObjects: @"chromium", @"firefox", nil]);
-  [controller webPage: nil];
+  StandIn chromium;
+  ASSERT_TRUE(chromium.start(@"chromium", @"New Tab", 0));
+  chromium.showPage(@"chrome://newtab/", @"New Tab");
+  ASSERT_TRUE(press());
+  EXPECT_STREQ([field() UTF8String], "typed before");
+  EXPECT_STREQ([subjectText() UTF8String], "subject before");
+  EXPECT_EQ([alertsAsked count], 0u);
+  EXPECT_STREQ([[[controller statusField] stringValue] UTF8String], "The front browser tab shows no web page");
+  EXPECT_TRUE(logHas(@"answered through DevTools in ")) << [log() UTF8String];
+  EXPECT_TRUE(logHas(@": chrome://newtab/\r"));
+}
+
+TEST_F(FromBrowserTest, AboutBlankIsNoWebPageEither)
+{
+  StandIn chromium;
+  ASSERT_TRUE(chromium.start(@"chromium", @"about:blank", 0));
+  chromium.showPage(@"about:blank", @"");
+  ASSERT_TRUE(press());
+  EXPECT_STREQ([field() UTF8String], "typed before");
+  EXPECT_STREQ([[[controller statusField] stringValue] UTF8String], "The front browser tab shows no web page");
+}
+
+TEST_F(FromBrowserTest, AnAddressWithoutTitleLeavesTheSubject)
+{
+  StandIn chromium;
+  ASSERT_TRUE(chromium.start(@"chromium", @"", 0));
+  chromium.showPage(@"http://127.0.0.1:8000/page.html", @"");
+  ASSERT_TRUE(press());
+  EXPECT_STREQ([field() UTF8String], "http://127.0.0.1:8000/page.html");
+  EXPECT_STREQ([subjectText() UTF8String], "subject before");
+}
+
+TEST_F(FromBrowserTest, NoBrowserShowsTheAlertAndLeavesTheFields)
+{
+  ASSERT_TRUE(press());
   EXPECT_TRUE(askedForTheAlertOnce());
-  EXPECT_TRUE([[[controller webPageOrFileField] stringValue] isEqualToString: @"typed before"]);
+  EXPECT_STREQ([field() UTF8String], "typed before");
+  EXPECT_STREQ([subjectText() UTF8String], "subject before");
+}
+
+TEST_F(FromBrowserTest, TheWindowStaysLiveWhileABrowserIsSlowAndTheQuestionCanBeCancelled)
+{
+  StandIn slow;
+  ASSERT_TRUE(slow.start(@"chromium", @"Slow", 0, [NSArray arrayWithObject: @"--hang"]));
+  [controller webPage: button];
+  // The action came back at once; the question runs on.
+  ASSERT_NE([controller browserQuery], nil);
+  EXPECT_STREQ([[button title] UTF8String], "Cancel");
+  // The run loop goes on serving timers (and so the window's events).
+  Ticker *aTicker = AUTORELEASE([Ticker new]);
+  NSTimer *aTimer = [NSTimer scheduledTimerWithTimeInterval: 0.05 target: aTicker
+                                                   selector: @selector(tick:) userInfo: nil repeats: YES];
+  TolvoRunLoopUntil(30, [&] { return slow.listRequests() > 0 && aTicker->ticks >= 10; });
+  EXPECT_GE(aTicker->ticks, 10);
+  EXPECT_NE([controller browserQuery], nil);
+  [aTimer invalidate];
+
+  [controller webPage: button];   // the second press: Cancel
+  EXPECT_EQ([controller browserQuery], nil);
+  EXPECT_STREQ([[button title] UTF8String], "From Browser");
+  EXPECT_STREQ([field() UTF8String], "typed before");
+  EXPECT_EQ([alertsAsked count], 0u);
+  EXPECT_TRUE(logHas(@"From Browser: cancelled after ")) << [log() UTF8String];
+}
+
+// The keyboard method against a window that copies nothing: the clipboard
+// is emptied before the keys and put back after, whatever the outcome.
+TEST_F(FromBrowserTest, TheKeyboardMethodPutsTheClipboardBack)
+{
+  ASSERT_NE([@"printf 'held before' | xclip -selection clipboard -i >/dev/null 2>&1; echo ok" runScript], nil);
+  StandIn firefox;
+  ASSERT_TRUE(firefox.start(@"firefox-esr", @"Some Page", -1));
+  ASSERT_TRUE(press());
+  EXPECT_TRUE(logHas(@"From Browser: Firefox answered through the keyboard in ")) << [log() UTF8String];
+  // Nothing was copied: the front tab shows no address.
+  EXPECT_STREQ([field() UTF8String], "typed before");
+  EXPECT_STREQ([[@"xclip -o -selection clipboard" runScript] UTF8String], "held before");
 }
 
 }  // namespace
