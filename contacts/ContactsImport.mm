@@ -1,18 +1,28 @@
 #import "ContactsImport.h"
+#import "LocalizedStrings.h"
+#import "PersonAddress.h"
 #import "UserAddressBook.h"
 #import <AppKit/AppKit.h>
 #import <Addresses/Addresses.h>
+#include "ContactRecord.h"
 #include "VCardReader.h"
-#include <cstring>
+
+#include <vector>
+
+typedef std::vector<tolvo::ContactRecord> Records;
 
 @interface ContactsImport (Private)
-- (tolvo::VCardReader *) _reader;
+- (Records &) _records;
+- (void) _problem: (NSString *) theText;
 - (void) _readFile;
-- (BOOL) _importNextCard;
+- (void) _reportRecord: (const tolvo::ContactRecord &) theRecord;
+- (void) _findPeopleAlreadyThere;
+- (BOOL) _decide;
+- (BOOL) _makeGroup;
+- (BOOL) _importNextRecord;
 - (void) _slice;
 - (void) _scheduleSlice;
 - (void) _finish;
-- (BOOL) _begin;
 - (void) _sliceFromRunLoop;
 @end
 
@@ -20,100 +30,238 @@
 // is enough to see it move without filling the log.
 static const NSTimeInterval ProgressInterval = 0.5;
 
-// Cards in the text: the BEGIN:VCARD lines, for the progress figures.
-static NSUInteger CountCards(NSData *theText)
-{
-  const char *bytes = (const char *)[theText bytes];
-  NSUInteger length = [theText length];
-  NSUInteger count = 0;
-  static const char begin[] = "BEGIN:VCARD";
-  const NSUInteger n = sizeof(begin) - 1;
-  for (NSUInteger i = 0; i + n <= length; i++)
-    {
-      if ((i == 0 || bytes[i - 1] == '\n' || bytes[i - 1] == '\r')
-          && strncasecmp(bytes + i, begin, n) == 0)
-        count++;
-    }
-  return count;
-}
-
 static NSString *StringFrom(const std::string &theText)
 {
+  // The reader hands over UTF-8 only.
   NSString *aString = [[NSString alloc] initWithBytes: theText.data()
                                                length: theText.size()
                                              encoding: NSUTF8StringEncoding];
-  if (aString == nil)   // not UTF-8 after all: keep the bytes as Latin 1
-    aString = [[NSString alloc] initWithBytes: theText.data()
-                                       length: theText.size()
-                                     encoding: NSISOLatin1StringEncoding];
   return AUTORELEASE(aString);
+}
+
+static NSString *Localized(const char *theFormat)
+{
+  return TolvoLocalizedCString(theFormat);
+}
+
+// The name a record will be stored under, as TolvoPersonName reads it back.
+static NSString *RecordName(const tolvo::ContactRecord &theRecord)
+{
+  if (!theRecord.firstName.empty() && !theRecord.lastName.empty())
+    return StringFrom(theRecord.firstName + " " + theRecord.lastName);
+  if (!theRecord.firstName.empty() || !theRecord.lastName.empty())
+    return StringFrom(theRecord.firstName + theRecord.lastName);
+  if (!theRecord.formattedName.empty())
+    return StringFrom(theRecord.formattedName);
+  return theRecord.organization.empty() ? nil : StringFrom(theRecord.organization);
+}
+
+// Same name and address: what makes two records the same person here.
+static NSString *PersonKey(NSString *theName, NSString *theAddress)
+{
+  return [NSString stringWithFormat: @"%@\n%@", [theName != nil ? theName : @"" lowercaseString],
+                   [theAddress != nil ? theAddress : @"" lowercaseString]];
+}
+
+NSString *TolvoCountInWords(NSUInteger theCount, const char *theSingular, const char *thePlural)
+{
+  if (theCount == 0)
+    return [NSString stringWithFormat: Localized("no %@"), TolvoLocalizedCString(thePlural)];
+  if (theCount == 1)
+    return [NSString stringWithFormat: Localized("1 %@"), TolvoLocalizedCString(theSingular)];
+  return [NSString stringWithFormat: Localized("%lu %@"), (unsigned long)theCount,
+                   TolvoLocalizedCString(thePlural)];
 }
 
 @implementation ContactsImport (Private)
 
-- (tolvo::VCardReader *) _reader
+- (Records &) _records
 {
-  return static_cast<tolvo::VCardReader *>(reader);
+  return *static_cast<Records *>(records);
 }
 
-// The file as UTF-8: UTF-16 files (with a byte-order mark) and files that
-// are not UTF-8 at all (read as Latin 1) are converted first.
+- (void) _problem: (NSString *) theText
+{
+  [problems addObject: theText];
+}
+
+// A card's own problems, reported when the file is read.
+- (void) _reportRecord: (const tolvo::ContactRecord &) theRecord
+{
+  bool hasName = theRecord.hasName();
+  bool hasEmail = !theRecord.emails.empty();
+  const char *aFormat = NULL;
+  if (!hasName && !hasEmail)
+    aFormat = "line %lu (card %lu): no name and no e-mail address; skipped";
+  else if (!hasName)
+    aFormat = "line %lu (card %lu): no name";
+  else if (!hasEmail)
+    aFormat = "line %lu (card %lu): no e-mail address";
+  if (aFormat != NULL)
+    [self _problem: [NSString stringWithFormat: Localized(aFormat), (unsigned long)theRecord.line,
+                              (unsigned long)theRecord.number]];
+}
+
+// The whole file, read before anything is written. UTF-16 files (with a
+// byte-order mark) are turned into UTF-8 first; anything else goes to the
+// reader as it is, which decodes each value once.
 - (void) _readFile
 {
   NSData *aFile = [NSData dataWithContentsOfFile: path];
   if (aFile == nil)
     {
-      [problems addObject: [NSString stringWithFormat: @"%@: the file cannot be read", path]];
+      [self _problem: [NSString stringWithFormat: Localized("%@: the file cannot be read"), path]];
+      abandoned = YES;
       return;
     }
   const unsigned char *bytes = (const unsigned char *)[aFile bytes];
   NSUInteger length = [aFile length];
-  NSData *aText = aFile;
   if (length >= 2 && ((bytes[0] == 0xFF && bytes[1] == 0xFE) || (bytes[0] == 0xFE && bytes[1] == 0xFF)))
     {
       NSString *aString = AUTORELEASE([[NSString alloc] initWithData: aFile
                                                             encoding: NSUnicodeStringEncoding]);
-      aText = [aString dataUsingEncoding: NSUTF8StringEncoding];
+      aFile = aString != nil ? [aString dataUsingEncoding: NSUTF8StringEncoding] : [NSData data];
     }
-  else if (AUTORELEASE([[NSString alloc] initWithData: aFile encoding: NSUTF8StringEncoding]) == nil)
+
+  tolvo::VCardReader aReader(std::string_view((const char *)[aFile bytes], [aFile length]));
+  tolvo::ContactRecord aRecord;
+  std::size_t problemsSeen = 0;
+  while (true)
     {
-      NSString *aString = AUTORELEASE([[NSString alloc] initWithData: aFile
-                                                            encoding: NSISOLatin1StringEncoding]);
-      aText = [aString dataUsingEncoding: NSUTF8StringEncoding];
+      bool more = aReader.next(aRecord);
+      // The file's problems come in the file's order, before the card that
+      // follows them.
+      const std::vector<tolvo::ImportProblem> &found = aReader.problems();
+      for (; problemsSeen < found.size(); problemsSeen++)
+        {
+          const tolvo::ImportProblem &aProblem = found[problemsSeen];
+          if (aProblem.breaksFile())
+            broken = YES;
+          switch (aProblem.kind)
+            {
+            case tolvo::ImportProblem::BeginInsideCard:
+              [self _problem: [NSString stringWithFormat:
+                Localized("line %lu: a new card begins before the END:VCARD of the card on line %lu; that card ends here"),
+                (unsigned long)aProblem.line, (unsigned long)aProblem.other]];
+              break;
+            case tolvo::ImportProblem::CutShort:
+              [self _problem: [NSString stringWithFormat:
+                Localized("line %lu: the file ends inside the card that begins here; it is left out"),
+                (unsigned long)aProblem.line]];
+              break;
+            case tolvo::ImportProblem::UnknownCharset:
+              [self _problem: [NSString stringWithFormat:
+                Localized("line %lu: unknown character set %@; read as the rest of the file"),
+                (unsigned long)aProblem.line, StringFrom(aProblem.detail)]];
+              break;
+            }
+        }
+      if (!more)
+        break;
+      [self _reportRecord: aRecord];
+      [self _records].push_back(aRecord);
     }
-  ASSIGN(text, aText != nil ? aText : [NSData data]);
-  cardCount = CountCards(text);
-  // The reader lives exactly as long as this import; it views `text`.
-  reader = new tolvo::VCardReader(std::string_view((const char *)[text bytes], [text length]));
 }
 
-// Reads one card and stores it; NO when no card is left.
-- (BOOL) _importNextCard
+// The people of the file that the group (or, with no group, the book)
+// already holds.
+- (void) _findPeopleAlreadyThere
 {
-  tolvo::VCard aCard;
-  if (reader == NULL || ![self _reader]->next(aCard))
-    return NO;
-  cardsRead++;
-  bool hasName = aCard.hasName();
-  bool hasEmail = !aCard.emails.empty();
-  if (!hasName && !hasEmail)
+  NSArray *somePeople = nil;
+  if (groupName != nil)
     {
-      [problems addObject: [NSString stringWithFormat:
-        @"card %lu: no name and no e-mail address; skipped", (unsigned long)aCard.number]];
+      NSArray *groups = [addressBook groups];
+      for (NSUInteger i = 0; i < [groups count] && group == nil; i++)
+        if ([[[groups objectAtIndex: i] valueForProperty: ADGroupNameProperty] isEqualToString: groupName])
+          ASSIGN(group, [groups objectAtIndex: i]);
+      somePeople = group != nil ? [group members] : [NSArray array];
+    }
+  else
+    somePeople = [addressBook people];
+  NSMutableSet *keys = [NSMutableSet setWithCapacity: [somePeople count]];
+  for (NSUInteger i = 0; i < [somePeople count]; i++)
+    {
+      ADPerson *aPerson = [somePeople objectAtIndex: i];
+      [keys addObject: PersonKey(TolvoPersonName(aPerson), TolvoPersonAddress(aPerson))];
+    }
+  Records &all = [self _records];
+  for (std::size_t i = 0; i < all.size(); i++)
+    {
+      std::size_t preferred = all[i].preferredEmail();
+      NSString *anAddress = preferred < all[i].emails.size() ? StringFrom(all[i].emails[preferred].address) : nil;
+      if ([keys containsObject: PersonKey(RecordName(all[i]), anAddress)])
+        [alreadyThere addIndex: i];
+    }
+}
+
+// Asks what the file needs asked; NO when nothing is to be written.
+- (BOOL) _decide
+{
+  if (abandoned)
+    return NO;
+  if (broken)
+    {
+      BOOL keep = keepsGoodCards;
+      if ([delegate respondsToSelector: @selector(contactsImportShouldKeepGoodCards:)])
+        keep = [delegate contactsImportShouldKeepGoodCards: self];
+      if (!keep)
+        {
+          abandoned = YES;
+          return NO;
+        }
+    }
+  [self _findPeopleAlreadyThere];
+  if ([alreadyThere count] > 0
+      && [delegate respondsToSelector: @selector(contactsImportShouldSkipPeopleAlreadyThere:)])
+    skipsPeopleAlreadyThere = [delegate contactsImportShouldSkipPeopleAlreadyThere: self];
+  return [self _makeGroup];
+}
+
+- (BOOL) _makeGroup
+{
+  if (groupName == nil || group != nil)
+    return YES;
+  ADGroup *aGroup = AUTORELEASE([[ADGroup alloc] init]);
+  [aGroup setValue: groupName forProperty: ADGroupNameProperty];
+  // Retained here: a save lets the book drop its own reference to new
+  // records, and the group is still added to after that.
+  if ([addressBook addRecord: aGroup])
+    {
+      ASSIGN(group, aGroup);
+      groupIsNew = YES;
+    }
+  else
+    [self _problem: [NSString stringWithFormat: Localized("the group %@ could not be made"), groupName]];
+  return YES;
+}
+
+// Writes one record; NO when no record is left.
+- (BOOL) _importNextRecord
+{
+  Records &all = [self _records];
+  if (nextRecord >= all.size())
+    return NO;
+  NSUInteger anIndex = nextRecord++;
+  const tolvo::ContactRecord &aCard = all[anIndex];
+  cardsRead++;
+  if (!aCard.hasName() && aCard.emails.empty())
+    return YES;
+  if (skipsPeopleAlreadyThere && [alreadyThere containsIndex: anIndex])
+    {
+      skippedCount++;
       return YES;
     }
-  if (!hasName)
-    [problems addObject: [NSString stringWithFormat: @"card %lu: no name", (unsigned long)aCard.number]];
-  if (!hasEmail)
-    [problems addObject: [NSString stringWithFormat: @"card %lu: no e-mail address",
-                                   (unsigned long)aCard.number]];
 
   ADPerson *aPerson = AUTORELEASE([[ADPerson alloc] init]);
   if (!aCard.firstName.empty())
     [aPerson setValue: StringFrom(aCard.firstName) forProperty: ADFirstNameProperty];
   if (!aCard.lastName.empty())
     [aPerson setValue: StringFrom(aCard.lastName) forProperty: ADLastNameProperty];
-  if (hasEmail)
+  if (!aCard.formattedName.empty())
+    [aPerson setValue: StringFrom(aCard.formattedName) forProperty: ADFormattedNameProperty];
+  if (!aCard.organization.empty())
+    [aPerson setValue: StringFrom(aCard.organization) forProperty: ADOrganizationProperty];
+  if (!aCard.emails.empty())
     {
       ADMutableMultiValue *addresses =
         AUTORELEASE([[ADMutableMultiValue alloc] initWithType: ADMultiStringProperty]);
@@ -126,7 +274,7 @@ static NSString *StringFrom(const std::string &theText)
             {
               if ((pass == 0) != (i == preferred))
                 continue;
-              const tolvo::VCardEmail &anEmail = aCard.emails[i];
+              const tolvo::ContactEmail &anEmail = aCard.emails[i];
               NSString *anId = [addresses addValue: StringFrom(anEmail.address)
                                          withLabel: anEmail.home ? ADEmailHomeLabel : ADEmailWorkLabel];
               if (pass == 0)
@@ -142,19 +290,29 @@ static NSString *StringFrom(const std::string &theText)
         [group addMember: aPerson];
     }
   else
-    [problems addObject: [NSString stringWithFormat: @"card %lu: the address book refused it",
-                                   (unsigned long)aCard.number]];
+    [self _problem: [NSString stringWithFormat: Localized("line %lu (card %lu): the address book refused it"),
+                              (unsigned long)aCard.line, (unsigned long)aCard.number]];
   return YES;
 }
 
 - (void) _slice
 {
   NSDate *aStart = [NSDate date];
+  if (!read)
+    {
+      read = YES;
+      [self _readFile];
+      if (![self _decide])
+        {
+          [self _finish];
+          return;
+        }
+    }
   BOOL more = YES;
   NSAutoreleasePool *aPool = [NSAutoreleasePool new];
   while (more && -[aStart timeIntervalSinceNow] < sliceDuration)
     {
-      more = [self _importNextCard];
+      more = [self _importNextRecord];
       if (cardsRead % 64 == 0)
         {
           [aPool release];
@@ -195,42 +353,20 @@ static NSString *StringFrom(const std::string &theText)
   if (finished)
     return;
   finished = YES;
-  if (reader != NULL)
-    {
-      delete [self _reader];
-      reader = NULL;
-    }
-  DESTROY(text);
   if ([delegate respondsToSelector: @selector(contactsImportDidFinish:)])
     [delegate contactsImportDidFinish: self];
 }
 
-// Reads the file and makes the group: the part that comes before any card.
-- (BOOL) _begin
-{
-  if (started)
-    return NO;
-  started = YES;
-  [self _readFile];
-  if (reader == NULL)
-    return NO;
-  if (groupName != nil)
-    {
-      ADGroup *aGroup = AUTORELEASE([[ADGroup alloc] init]);
-      [aGroup setValue: groupName forProperty: ADGroupNameProperty];
-      // Retained here: a save lets the book drop its own reference to new
-      // records, and the group is still added to after that.
-      if ([addressBook addRecord: aGroup])
-        ASSIGN(group, aGroup);
-      else
-        [problems addObject: [NSString stringWithFormat: @"the group %@ could not be made", groupName]];
-    }
-  return YES;
-}
-
+// A question asked from inside a slice runs a modal loop, in which the
+// run loop may deliver this very request once more: that inner delivery
+// does nothing, and the outer one schedules what follows.
 - (void) _sliceFromRunLoop
 {
+  if (slicing || finished)
+    return;
+  slicing = YES;
   [self _slice];
+  slicing = NO;
   if (!finished)
     [self _scheduleSlice];
 }
@@ -255,53 +391,56 @@ static NSString *StringFrom(const std::string &theText)
   ASSIGN(groupName, theGroupName);
   ASSIGN(addressBook, theBook != nil ? theBook : TolvoUserAddressBook());
   problems = [[NSMutableArray alloc] init];
+  alreadyThere = [[NSMutableIndexSet alloc] init];
+  records = new Records();
+  skipsPeopleAlreadyThere = YES;
   sliceDuration = 0.04;
   return self;
 }
 
 - (void) dealloc
 {
-  if (reader != NULL)
-    delete [self _reader];
+  delete static_cast<Records *>(records);
   RELEASE(addressBook);
   RELEASE(path);
   RELEASE(groupName);
-  RELEASE(text);
   RELEASE(group);
   RELEASE(problems);
+  RELEASE(alreadyThere);
   [super dealloc];
 }
 
 - (void) setDelegate: (id) theDelegate { delegate = theDelegate; }
+- (void) setKeepsGoodCards: (BOOL) theFlag { keepsGoodCards = theFlag; }
+- (void) setSkipsPeopleAlreadyThere: (BOOL) theFlag { skipsPeopleAlreadyThere = theFlag; }
 - (void) setSliceDuration: (NSTimeInterval) theSeconds { sliceDuration = theSeconds; }
 
 - (void) start
 {
-  if (![self _begin])
-    {
-      [self _finish];
-      return;
-    }
+  if (started)
+    return;
+  started = YES;
   [self _scheduleSlice];
 }
 
 - (void) runToEnd
 {
-  if (!started && ![self _begin])
-    {
-      [self _finish];
-      return;
-    }
+  started = YES;
   while (!finished)
     [self _slice];
 }
 
 - (BOOL) isFinished { return finished; }
 - (NSUInteger) importedCount { return importedCount; }
+- (NSUInteger) skippedCount { return skippedCount; }
+- (NSUInteger) alreadyThereCount { return [alreadyThere count]; }
 - (NSUInteger) cardsRead { return cardsRead; }
-- (NSUInteger) cardCount { return cardCount; }
+- (NSUInteger) cardCount { return [self _records].size(); }
+- (BOOL) isBroken { return broken; }
+- (BOOL) wasAbandoned { return abandoned; }
 - (NSArray *) problems { return problems; }
 - (ADGroup *) group { return group; }
+- (BOOL) groupIsNew { return groupIsNew; }
 - (NSString *) groupName { return groupName; }
 - (NSString *) path { return path; }
 - (NSTimeInterval) longestSlice { return longestSlice; }

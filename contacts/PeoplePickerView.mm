@@ -1,4 +1,5 @@
 #import "PeoplePickerView.h"
+#import "PersonAddress.h"
 #import "PeoplePickerNotifications.h"
 #import "UserAddressBook.h"
 
@@ -24,18 +25,11 @@ static const CGFloat ColumnGap = 6;
 - (void) _post: (NSString *) theName;
 @end
 
-// "First Last" with a missing part left out, for the people column.
+// The person's name for the people column; a dash for a record without.
 static NSString *PickerName(ADPerson *thePerson)
 {
-  NSString *aFirst = [thePerson valueForProperty: ADFirstNameProperty];
-  NSString *aLast = [thePerson valueForProperty: ADLastNameProperty];
-  if ([aFirst length] > 0 && [aLast length] > 0)
-    return [NSString stringWithFormat: @"%@ %@", aFirst, aLast];
-  if ([aFirst length] > 0)
-    return aFirst;
-  if ([aLast length] > 0)
-    return aLast;
-  return @"\u2014";
+  NSString *aName = TolvoPersonName(thePerson);
+  return aName != nil ? aName : @"\u2014";
 }
 
 // Records read again from disk are new objects: compare by identity.

@@ -157,21 +157,36 @@ std::string decodeQuotedPrintable(std::string_view theText)
   return result;
 }
 
+// The code points of 0x80-0x9F in Windows-1252; 0 where it has none
+// (those bytes are then read as ISO 8859-1 reads them).
+const unsigned short Windows1252High[32] = {
+  0x20AC, 0, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0, 0x017D, 0,
+  0, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0, 0x017E, 0x0178,
+};
+
+void appendUTF8(std::string &theText, unsigned theCodePoint)
+{
+  if (theCodePoint < 0x80)
+    theText.push_back(static_cast<char>(theCodePoint));
+  else if (theCodePoint < 0x800)
+    {
+      theText.push_back(static_cast<char>(0xC0 | (theCodePoint >> 6)));
+      theText.push_back(static_cast<char>(0x80 | (theCodePoint & 0x3F)));
+    }
+  else
+    {
+      theText.push_back(static_cast<char>(0xE0 | (theCodePoint >> 12)));
+      theText.push_back(static_cast<char>(0x80 | ((theCodePoint >> 6) & 0x3F)));
+      theText.push_back(static_cast<char>(0x80 | (theCodePoint & 0x3F)));
+    }
+}
+
 std::string latin1ToUTF8(std::string_view theText)
 {
   std::string result;
   result.reserve(theText.size() + theText.size() / 4);
   for (char c : theText)
-    {
-      unsigned char byte = static_cast<unsigned char>(c);
-      if (byte < 0x80)
-        result.push_back(c);
-      else
-        {
-          result.push_back(static_cast<char>(0xC0 | (byte >> 6)));
-          result.push_back(static_cast<char>(0x80 | (byte & 0x3F)));
-        }
-    }
+    appendUTF8(result, static_cast<unsigned char>(c));
   return result;
 }
 
@@ -193,19 +208,23 @@ std::string unescape(std::string_view theText)
   return result;
 }
 
-// The value with its transfer encoding and character set undone, escapes
-// still in place (a structured value is split before they are undone).
-std::string decodedBytes(const VCardProperty &theProperty)
+// The CHARSET parameter's value, upper-cased; empty when there is none.
+std::string charsetOf(const VCardProperty &theProperty)
 {
-  std::string aValue = theProperty.value;
-  if (parameterHas(theProperty, "ENCODING", "QUOTED-PRINTABLE")
-      || parameterHas(theProperty, "TYPE", "QUOTED-PRINTABLE"))
-    aValue = decodeQuotedPrintable(aValue);
-  if (parameterHas(theProperty, "CHARSET", "ISO-8859-1")
-      || parameterHas(theProperty, "CHARSET", "LATIN1")
-      || parameterHas(theProperty, "CHARSET", "WINDOWS-1252"))
-    aValue = latin1ToUTF8(aValue);
-  return aValue;
+  for (const std::string &aParameter : theProperty.parameters)
+    {
+      std::string aName, aValue;
+      splitParameter(aParameter, aName, aValue);
+      if (aName == "CHARSET")
+        return upper(aValue);
+    }
+  return std::string();
+}
+
+bool isQuotedPrintable(const VCardProperty &theProperty)
+{
+  return parameterHas(theProperty, "ENCODING", "QUOTED-PRINTABLE")
+    || parameterHas(theProperty, "TYPE", "QUOTED-PRINTABLE");
 }
 
 void nameFromFormattedName(VCard &theCard)
@@ -223,18 +242,82 @@ void nameFromFormattedName(VCard &theCard)
 
 } // namespace
 
-std::size_t VCard::preferredEmail() const
+std::string windows1252ToUTF8(std::string_view theText)
 {
-  std::size_t best = emails.size();
-  for (std::size_t i = 0; i < emails.size(); i++)
+  std::string result;
+  result.reserve(theText.size() + theText.size() / 4);
+  for (char c : theText)
     {
-      int rank = emails[i].preference;
-      if (rank > 0 && (best == emails.size() || rank < emails[best].preference))
-        best = i;
+      unsigned char byte = static_cast<unsigned char>(c);
+      unsigned aCodePoint = byte;
+      if (byte >= 0x80 && byte < 0xA0 && Windows1252High[byte - 0x80] != 0)
+        aCodePoint = Windows1252High[byte - 0x80];
+      appendUTF8(result, aCodePoint);
     }
-  if (best == emails.size() && !emails.empty())
-    best = 0;
-  return best;
+  return result;
+}
+
+bool isValidUTF8(std::string_view theText)
+{
+  std::size_t i = 0;
+  while (i < theText.size())
+    {
+      unsigned char c = static_cast<unsigned char>(theText[i]);
+      std::size_t more;
+      unsigned aCodePoint;
+      if (c < 0x80)
+        {
+          i++;
+          continue;
+        }
+      else if (c >= 0xC2 && c <= 0xDF)
+        more = 1, aCodePoint = c & 0x1F;
+      else if (c >= 0xE0 && c <= 0xEF)
+        more = 2, aCodePoint = c & 0x0F;
+      else if (c >= 0xF0 && c <= 0xF4)
+        more = 3, aCodePoint = c & 0x07;
+      else
+        return false;
+      if (i + more >= theText.size())
+        return false;
+      for (std::size_t k = 1; k <= more; k++)
+        {
+          unsigned char next = static_cast<unsigned char>(theText[i + k]);
+          if ((next & 0xC0) != 0x80)
+            return false;
+          aCodePoint = (aCodePoint << 6) | (next & 0x3F);
+        }
+      // Over-long forms, surrogates and code points past U+10FFFF.
+      if ((more == 2 && aCodePoint < 0x800) || (more == 3 && (aCodePoint < 0x10000 || aCodePoint > 0x10FFFF))
+          || (aCodePoint >= 0xD800 && aCodePoint <= 0xDFFF))
+        return false;
+      i += more + 1;
+    }
+  return true;
+}
+
+std::string decodeVCardBytes(const VCardProperty &theProperty, bool theFileIsUTF8, bool *theKnown)
+{
+  std::string aValue = theProperty.value;
+  if (isQuotedPrintable(theProperty))
+    aValue = decodeQuotedPrintable(aValue);
+  std::string aCharset = charsetOf(theProperty);
+  if (theKnown != nullptr)
+    *theKnown = true;
+  if (aCharset == "ISO-8859-1" || aCharset == "LATIN1" || aCharset == "ISO_8859-1" || aCharset == "L1")
+    return latin1ToUTF8(aValue);
+  if (aCharset == "WINDOWS-1252" || aCharset == "CP1252" || aCharset == "ANSI_X3.4-1968")
+    return windows1252ToUTF8(aValue);
+  if (aCharset == "UTF-8" || aCharset == "UTF8" || aCharset == "US-ASCII" || aCharset == "ASCII")
+    return isValidUTF8(aValue) ? aValue : windows1252ToUTF8(aValue);
+  if (!aCharset.empty() && theKnown != nullptr)
+    *theKnown = false;
+  return theFileIsUTF8 ? aValue : windows1252ToUTF8(aValue);
+}
+
+std::string decodeVCardValue(const VCardProperty &theProperty, bool theFileIsUTF8)
+{
+  return unescape(decodeVCardBytes(theProperty, theFileIsUTF8));
 }
 
 bool parseVCardProperty(std::string_view theLine, VCardProperty &theProperty)
@@ -271,11 +354,6 @@ bool parseVCardProperty(std::string_view theLine, VCardProperty &theProperty)
   return !theProperty.name.empty();
 }
 
-std::string decodeVCardValue(const VCardProperty &theProperty)
-{
-  return unescape(decodedBytes(theProperty));
-}
-
 std::vector<std::string> splitVCardStructured(std::string_view theValue)
 {
   std::vector<std::string> parts;
@@ -296,17 +374,35 @@ std::vector<std::string> splitVCardStructured(std::string_view theValue)
   return parts;
 }
 
+
 VCardReader::VCardReader(std::string_view theText) : text_(theText)
 {
   if (text_.size() >= 3 && text_.substr(0, 3) == "\xEF\xBB\xBF")
-    offset_ = 3;
+    start_ = 3;
+  // The file's own character set: UTF-8 unless a value without a CHARSET
+  // of its own is not valid UTF-8.
+  offset_ = start_;
+  std::string aLine;
+  std::size_t aNumber;
+  while (utf8_ && nextLogicalLine(aLine, aNumber))
+    {
+      VCardProperty aProperty;
+      if (parseVCardProperty(aLine, aProperty) && charsetOf(aProperty).empty())
+        {
+          std::string aValue = isQuotedPrintable(aProperty) ? decodeQuotedPrintable(aProperty.value)
+                                                            : aProperty.value;
+          utf8_ = isValidUTF8(aValue);
+        }
+    }
+  offset_ = start_;
+  line_ = 0;
 }
 
 // One logical line: RFC 6350 3.2 folding (a line break followed by a space
 // or a tab continues the line), and vCard 2.1 quoted-printable soft line
 // breaks (a quoted-printable value ending in "=" goes on with the next
-// line).
-bool VCardReader::nextLogicalLine(std::string &theLine)
+// line). theLineNumber: the line of the file where it begins.
+bool VCardReader::nextLogicalLine(std::string &theLine, std::size_t &theLineNumber)
 {
   theLine.clear();
   bool any = false;
@@ -321,9 +417,13 @@ bool VCardReader::nextLogicalLine(std::string &theLine)
         after++;
       if (after < text_.size() && text_[after] == '\n')
         after++;
+      line_++;
 
       if (!any)
-        theLine.assign(physical);
+        {
+          theLine.assign(physical);
+          theLineNumber = line_;
+        }
       else
         theLine.append(physical);
       any = true;
@@ -347,55 +447,93 @@ bool VCardReader::nextLogicalLine(std::string &theLine)
   return any;
 }
 
+std::string VCardReader::decode(const VCardProperty &theProperty, std::size_t theLine)
+{
+  bool known = true;
+  std::string aValue = decodeVCardBytes(theProperty, utf8_, &known);
+  if (!known)
+    {
+      ImportProblem aProblem{ImportProblem::UnknownCharset, theLine, 0, charsetOf(theProperty)};
+      problems_.push_back(aProblem);
+    }
+  return aValue;
+}
+
 bool VCardReader::next(VCard &theCard)
 {
   std::string aLine;
+  std::size_t aNumber = 0;
+  std::size_t aBegin = pendingBegin_;
+  pendingBegin_ = 0;
   // Find the next BEGIN:VCARD; anything between cards is ignored.
-  for (;;)
+  while (aBegin == 0)
     {
-      if (!nextLogicalLine(aLine))
+      if (!nextLogicalLine(aLine, aNumber))
         return false;
       VCardProperty aProperty;
       if (parseVCardProperty(aLine, aProperty) && aProperty.name == "BEGIN"
           && equalsIgnoringCase(trimmed(aProperty.value), "VCARD"))
-        break;
+        aBegin = aNumber;
     }
 
   theCard = VCard();
   theCard.number = ++cardsRead_;
+  theCard.line = aBegin;
   bool haveStructuredName = false;
-  int depth = 1;   // a 2.1 AGENT may hold a card of its own
-  while (depth > 0 && nextLogicalLine(aLine))
+  bool afterAgent = false;  // the last property was a 2.1 AGENT with its card to follow
+  int depth = 1;            // an AGENT's card inside this one makes it 2
+  for (;;)
     {
+      if (!nextLogicalLine(aLine, aNumber))
+        {
+          // The file ends inside the card: it is not kept.
+          problems_.push_back(ImportProblem{ImportProblem::CutShort, aBegin, 0, std::string()});
+          return false;
+        }
       VCardProperty aProperty;
       if (!parseVCardProperty(aLine, aProperty))
         continue;
       bool isCard = equalsIgnoringCase(trimmed(aProperty.value), "VCARD");
       if (aProperty.name == "BEGIN" && isCard)
         {
-          depth++;
-          continue;
+          if (afterAgent || depth > 1)
+            {
+              depth++;
+              afterAgent = false;
+              continue;
+            }
+          // A new card before this one's END:VCARD: this one ends here.
+          problems_.push_back(ImportProblem{ImportProblem::BeginInsideCard, aNumber, aBegin, std::string()});
+          pendingBegin_ = aNumber;
+          break;
         }
+      afterAgent = aProperty.name == "AGENT" && trimmed(aProperty.value).empty();
       if (aProperty.name == "END" && isCard)
         {
-          depth--;
+          if (--depth == 0)
+            break;
           continue;
         }
       if (depth != 1)
         continue;
       if (aProperty.name == "N")
         {
-          std::vector<std::string> parts = splitVCardStructured(decodedBytes(aProperty));
+          std::vector<std::string> parts = splitVCardStructured(decode(aProperty, aNumber));
           theCard.lastName = parts.size() > 0 ? parts[0] : std::string();
           theCard.firstName = parts.size() > 1 ? parts[1] : std::string();
-          haveStructuredName = theCard.hasName();
+          haveStructuredName = !theCard.firstName.empty() || !theCard.lastName.empty();
         }
       else if (aProperty.name == "FN")
-        theCard.formattedName = trimmed(decodeVCardValue(aProperty));
+        theCard.formattedName = trimmed(unescape(decode(aProperty, aNumber)));
+      else if (aProperty.name == "ORG")
+        {
+          std::vector<std::string> parts = splitVCardStructured(decode(aProperty, aNumber));
+          theCard.organization = parts.empty() ? std::string() : parts[0];
+        }
       else if (aProperty.name == "EMAIL")
         {
           VCardEmail anEmail;
-          anEmail.address = trimmed(decodeVCardValue(aProperty));
+          anEmail.address = trimmed(unescape(decode(aProperty, aNumber)));
           anEmail.preference = preferenceOf(aProperty);
           anEmail.home = parameterHas(aProperty, "TYPE", "HOME");
           if (!anEmail.address.empty())

@@ -1,16 +1,28 @@
 // A small vCard reader for the contacts import: the cards of a .vcf file,
-// one at a time, with what a mailing needs of them (the name and the e-mail
-// addresses, the preferred one marked). Versions 2.1, 3.0 and 4.0 as other
-// address books export them.
+// one at a time, with what a mailing needs of them (the names, the
+// organization and the e-mail addresses, the preferred one marked).
+// Versions 2.1, 3.0 and 4.0 as other address books export them.
 //
 // Addresses' own reader (ADVCFConverter) does read these files, but it logs
 // several lines per property, takes minutes for ten thousand cards, labels
 // every address "WorkEmail" and drops PREF; so the cards are read here and
 // the records are made and stored through the Addresses framework.
 //
-// Plain C++: no GNUstep, nothing thrown. Bad input is read as far as it
-// makes sense; a card that is cut short ends at the end of the text.
+// Every value is decoded exactly once: quoted-printable undone, then its
+// bytes read in the property's CHARSET, or without one in the file's own
+// character set: UTF-8 when every value without a CHARSET is valid UTF-8,
+// otherwise Windows-1252 for the whole file (an Outlook 2.1 export).
+//
+// What is wrong with the file is reported with its line (problems()):
+//   - BEGIN:VCARD inside an open card ends the open card there (except
+//     the card of a vCard 2.1 AGENT, which stays inside its owner);
+//   - a card that the end of the file cuts short is left out;
+//   - an unknown CHARSET (the value is then read as the file is).
+//
+// Plain C++: no GNUstep, nothing thrown.
 #pragma once
+
+#include "ContactRecord.h"
 
 #include <cstddef>
 #include <string>
@@ -19,51 +31,8 @@
 
 namespace tolvo {
 
-struct VCardEmail
-{
-  std::string address;
-  // 0: not marked preferred. Otherwise the rank: 1 for TYPE=PREF or a bare
-  // PREF (2.1, 3.0), n for PREF=n (4.0: 1 is the most preferred).
-  int preference = 0;
-  bool home = false;   // TYPE=HOME; anything else is filed as a work address
-};
-
-struct VCard
-{
-  std::size_t number = 0;          // 1 for the first card of the text
-  std::string firstName;           // N's given name, else FN without its last word
-  std::string lastName;            // N's family name, else FN's last word
-  std::string formattedName;       // FN as written
-  std::vector<VCardEmail> emails;  // in the card's order
-
-  bool hasName() const { return !firstName.empty() || !lastName.empty(); }
-  // Index into emails of the address to mail: the most preferred one (the
-  // first of equals), else the first; emails.size() when there is none.
-  std::size_t preferredEmail() const;
-};
-
-// Reads cards from UTF-8 text (a leading byte-order mark is skipped). Text in
-// ISO 8859-1 (CHARSET=ISO-8859-1 on a 2.1 property) is converted to UTF-8.
-// The reader keeps a view of the text: the text must outlive it.
-class VCardReader
-{
-public:
-  explicit VCardReader(std::string_view theText);
-
-  // The next card into theCard; false when no card is left.
-  bool next(VCard &theCard);
-
-  // Bytes of the text read so far, for progress.
-  std::size_t position() const { return offset_; }
-  std::size_t size() const { return text_.size(); }
-
-private:
-  bool nextLogicalLine(std::string &theLine);
-
-  std::string_view text_;
-  std::size_t offset_ = 0;
-  std::size_t cardsRead_ = 0;
-};
+using VCardEmail = ContactEmail;
+using VCard = ContactRecord;
 
 // Exposed for the tests: one property line taken apart.
 struct VCardProperty
@@ -74,11 +43,55 @@ struct VCardProperty
 };
 bool parseVCardProperty(std::string_view theLine, VCardProperty &theProperty);
 
-// The text of a value: quoted-printable decoded when the parameters say so,
-// ISO 8859-1 converted, and backslash escapes of 3.0 / 4.0 undone.
-std::string decodeVCardValue(const VCardProperty &theProperty);
+class VCardReader
+{
+public:
+  // theText: the file's bytes (a leading UTF-8 byte-order mark is skipped).
+  // The reader keeps a view of the text: the text must outlive it.
+  explicit VCardReader(std::string_view theText);
 
-// Splits a structured value (N) at unescaped ';' and unescapes each part.
+  // The next card into theCard; false when no card is left.
+  bool next(VCard &theCard);
+
+  // What was found wrong so far, in the file's order.
+  const std::vector<ImportProblem> &problems() const { return problems_; }
+  // Whether the values without a CHARSET are read as UTF-8 (else as
+  // Windows-1252).
+  bool readsUTF8() const { return utf8_; }
+
+  // Bytes of the text read so far, for progress.
+  std::size_t position() const { return offset_; }
+  std::size_t size() const { return text_.size(); }
+
+private:
+  bool nextLogicalLine(std::string &theLine, std::size_t &theLineNumber);
+  std::string decode(const VCardProperty &theProperty, std::size_t theLine);
+
+  std::string_view text_;
+  std::size_t start_ = 0;         // after the byte-order mark
+  std::size_t offset_ = 0;
+  std::size_t line_ = 0;          // physical lines read so far
+  std::size_t cardsRead_ = 0;
+  std::size_t pendingBegin_ = 0;  // line of a BEGIN:VCARD already read, 0 if none
+  bool utf8_ = true;
+  std::vector<ImportProblem> problems_;
+};
+
+// The bytes of a value in UTF-8: quoted-printable decoded when the
+// parameters say so, then converted from its CHARSET, else from
+// theFileIsUTF8 ? UTF-8 : Windows-1252. Backslash escapes stay. *theKnown
+// (if given) becomes false for a CHARSET this reader does not know.
+std::string decodeVCardBytes(const VCardProperty &theProperty, bool theFileIsUTF8, bool *theKnown = nullptr);
+
+// decodeVCardBytes with the backslash escapes of 3.0 / 4.0 undone.
+std::string decodeVCardValue(const VCardProperty &theProperty, bool theFileIsUTF8 = true);
+
+// Splits a structured value (N, ORG) at unescaped ';' and unescapes each part.
 std::vector<std::string> splitVCardStructured(std::string_view theValue);
+
+// Windows-1252 text (ISO 8859-1 with printable characters at 0x80-0x9F)
+// in UTF-8; and whether a text is valid UTF-8.
+std::string windows1252ToUTF8(std::string_view theText);
+bool isValidUTF8(std::string_view theText);
 
 } // namespace tolvo
