@@ -1,5 +1,6 @@
 #import "FrontBrowserQuery.h"
 #import <AppKit/AppKit.h>
+#import "NSString+Scripting.h"
 #include "FrontBrowserQueryProgram.h"
 
 #include <signal.h>
@@ -154,22 +155,13 @@ static void KillGroup(NSTask *theTask, int theSignal)
   if (task != nil)
     return NO;
   ASSIGN(started, [NSDate date]);
-  task = [[NSTask alloc] init];
   NSPipe *aPipe = [NSPipe pipe];
-  [task setLaunchPath: @"/usr/bin/python3"];
   NSString *aProgram = [NSString stringWithUTF8String: FrontBrowserQueryProgram];
   NSString *anOwnPid = [NSString stringWithFormat: @"%d", (int)getpid()];
-  [task setArguments: [NSArray arrayWithObjects: @"-c", aProgram, @"--own-pid", anOwnPid, nil]];
-  [task setStandardInput: [NSFileHandle fileHandleWithNullDevice]];
-  [task setStandardOutput: aPipe];
-  [task setStandardError: [NSFileHandle fileHandleWithNullDevice]];
-  BOOL launched = YES;
-  NS_DURING
-    [task launch];
-  NS_HANDLER
-    launched = NO;
-  NS_ENDHANDLER
-  if (!launched)
+  task = RETAIN(TolvoLaunchQuietTask(@"/usr/bin/python3",
+                                     [NSArray arrayWithObjects: @"-c", aProgram, @"--own-pid", anOwnPid, nil],
+                                     aPipe));
+  if (task == nil)
     {
       outcome = FrontBrowserNoAnswer;
       seconds = -[started timeIntervalSinceNow];

@@ -5,6 +5,12 @@
 // How long a script may run before it is killed with everything it started.
 extern const NSTimeInterval NSStringScriptSeconds;
 
+// Launches theLaunchPath with theArguments, standard input empty, standard
+// output into theOutput, errors discarded. The task (autoreleased), or nil
+// when it could not be started. NSTask makes it the leader of a process
+// group of its own.
+NSTask *TolvoLaunchQuietTask(NSString *theLaunchPath, NSArray *theArguments, NSPipe *theOutput);
+
 @interface NSString (NSStringExtensions)
 
 // Runs the receiver as a /bin/sh script (its standard input empty, its

@@ -83,6 +83,23 @@ static const NSUInteger NSStringScriptMaxOutput = 1024 * 1024;
 
 @end
 
+NSTask *TolvoLaunchQuietTask(NSString *theLaunchPath, NSArray *theArguments, NSPipe *theOutput)
+{
+  NSTask *aTask = AUTORELEASE([[NSTask alloc] init]);
+  [aTask setLaunchPath: theLaunchPath];
+  [aTask setArguments: theArguments];
+  [aTask setStandardInput: [NSFileHandle fileHandleWithNullDevice]];
+  [aTask setStandardOutput: theOutput];
+  [aTask setStandardError: [NSFileHandle fileHandleWithNullDevice]];
+  BOOL launched = YES;
+  NS_DURING
+    [aTask launch];
+  NS_HANDLER
+    launched = NO;
+  NS_ENDHANDLER
+  return launched ? aTask : nil;
+}
+
 @implementation NSString (NSStringExtensions)
 
 - (NSString *) runScript
@@ -92,20 +109,9 @@ static const NSUInteger NSStringScriptMaxOutput = 1024 * 1024;
 
 - (NSString *) runScriptWithin: (NSTimeInterval) theSeconds
 {
-  NSTask *aTask = AUTORELEASE([[NSTask alloc] init]);
   NSPipe *aPipe = [NSPipe pipe];
-  [aTask setLaunchPath: @"/bin/sh"];
-  [aTask setArguments: [NSArray arrayWithObjects: @"-c", self, nil]];
-  [aTask setStandardInput: [NSFileHandle fileHandleWithNullDevice]];
-  [aTask setStandardOutput: aPipe];
-  [aTask setStandardError: [NSFileHandle fileHandleWithNullDevice]];
-  BOOL launched = YES;
-  NS_DURING
-    [aTask launch];
-  NS_HANDLER
-    launched = NO;
-  NS_ENDHANDLER
-  if (!launched)
+  NSTask *aTask = TolvoLaunchQuietTask(@"/bin/sh", [NSArray arrayWithObjects: @"-c", self, nil], aPipe);
+  if (aTask == nil)
     return nil;
   // NSTask has closed this process's copy of the pipe's writing end, so
   // the end of the script's output is seen when the script ends.

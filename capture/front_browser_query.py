@@ -278,32 +278,31 @@ def front_frame(Atspi, app, window_name):
     return None
 
 
-def showing_document(Atspi, frame, limit=4000):
+def breadth_first(Atspi, frame, limit=4000):
+    """The accessibles of a frame, breadth first; what a web document holds
+    is not entered (a page's own fields and frames are not the browser's)."""
     queue, seen = [frame], 0
     while queue and seen < limit:
         o = queue.pop(0)
         seen += 1
-        if o.get_role() == Atspi.Role.DOCUMENT_WEB:
-            if o.get_state_set().contains(Atspi.StateType.SHOWING):
-                return o
-            continue   # a tab in the background, or a frame inside a page
-        queue.extend(children(o))
+        yield o
+        if o.get_role() != Atspi.Role.DOCUMENT_WEB:
+            queue.extend(children(o))
+
+
+def showing_document(Atspi, frame):
+    # A document not showing is a tab in the background.
+    for o in breadth_first(Atspi, frame):
+        if o.get_role() == Atspi.Role.DOCUMENT_WEB and o.get_state_set().contains(Atspi.StateType.SHOWING):
+            return o
     return None
 
 
-def address_bar_text(Atspi, frame, limit=4000):
-    queue, seen = [frame], 0
-    while queue and seen < limit:
-        o = queue.pop(0)
-        seen += 1
-        role = o.get_role()
-        if role == Atspi.Role.DOCUMENT_WEB:
-            continue
-        if role in (Atspi.Role.ENTRY, Atspi.Role.COMBO_BOX) and \
+def address_bar_text(Atspi, frame):
+    for o in breadth_first(Atspi, frame):
+        if o.get_role() in (Atspi.Role.ENTRY, Atspi.Role.COMBO_BOX) and \
                 o.get_state_set().contains(Atspi.StateType.EDITABLE):
-            text = Atspi.Text.get_text(o, 0, -1)
-            return text or ""
-        queue.extend(children(o))
+            return Atspi.Text.get_text(o, 0, -1) or ""
     return None
 
 
