@@ -32,25 +32,12 @@ static NSString *StringIn(NSDictionary *theAnswer, NSString *theKey)
   return [aValue isKindOfClass: [NSString class]] ? aValue : nil;
 }
 
-// The child and everything it started: NSTask makes it the leader of a
-// process group of its own.
-static void KillGroup(NSTask *theTask, int theSignal)
-{
-  pid_t aPid = [theTask processIdentifier];
-  if (aPid <= 0)
-    return;
-  if (getpgid(aPid) == aPid)
-    killpg(aPid, theSignal);
-  else
-    kill(aPid, theSignal);
-}
-
 @implementation FrontBrowserQuery (Private)
 
 + (void) _killWhatIsLeftOf: (NSTask *) theTask
 {
   if ([theTask isRunning])
-    KillGroup(theTask, SIGKILL);
+    TolvoSignalTaskGroup(theTask, SIGKILL);
 }
 
 - (void) _readAnswer: (NSData *) theData
@@ -137,7 +124,7 @@ static void KillGroup(NSTask *theTask, int theSignal)
   [[NSNotificationCenter defaultCenter] removeObserver: self];
   [limit invalidate];
   if ([task isRunning])
-    KillGroup(task, SIGKILL);
+    TolvoSignalTaskGroup(task, SIGKILL);
   RELEASE(limit);
   RELEASE(task);
   RELEASE(output);

@@ -11,6 +11,10 @@ extern const NSTimeInterval NSStringScriptSeconds;
 // group of its own.
 NSTask *TolvoLaunchQuietTask(NSString *theLaunchPath, NSArray *theArguments, NSPipe *theOutput);
 
+// Sends theSignal to the task and to everything it started (its process
+// group).
+void TolvoSignalTaskGroup(NSTask *theTask, int theSignal);
+
 @interface NSString (NSStringExtensions)
 
 // Runs the receiver as a /bin/sh script (its standard input empty, its

@@ -16,7 +16,6 @@ static const NSUInteger NSStringScriptMaxOutput = 1024 * 1024;
                       from: (NSFileHandle *) theOutput
                   deadline: (NSDate *) theDeadline;
 + (BOOL) _waitForExitOf: (NSTask *) theTask deadline: (NSDate *) theDeadline;
-+ (void) _kill: (NSTask *) theTask;
 @end
 
 @implementation NSString (NSStringExtensionsPrivate)
@@ -68,19 +67,6 @@ static const NSUInteger NSStringScriptMaxOutput = 1024 * 1024;
   return ![theTask isRunning];
 }
 
-// NSTask starts the script as the leader of a process group of its own, so
-// the group signal also ends what the script started (xdotool, xclip...).
-+ (void) _kill: (NSTask *) theTask
-{
-  pid_t aPid = [theTask processIdentifier];
-  if (aPid <= 0)
-    return;
-  if (getpgid(aPid) == aPid)
-    killpg(aPid, SIGKILL);
-  else
-    kill(aPid, SIGKILL);
-}
-
 @end
 
 NSTask *TolvoLaunchQuietTask(NSString *theLaunchPath, NSArray *theArguments, NSPipe *theOutput)
@@ -98,6 +84,19 @@ NSTask *TolvoLaunchQuietTask(NSString *theLaunchPath, NSArray *theArguments, NSP
     launched = NO;
   NS_ENDHANDLER
   return launched ? aTask : nil;
+}
+
+// NSTask starts the child as the leader of a process group of its own, so
+// the group signal also ends what it started (xdotool, xclip...).
+void TolvoSignalTaskGroup(NSTask *theTask, int theSignal)
+{
+  pid_t aPid = [theTask processIdentifier];
+  if (aPid <= 0)
+    return;
+  if (getpgid(aPid) == aPid)
+    killpg(aPid, theSignal);
+  else
+    kill(aPid, theSignal);
 }
 
 @implementation NSString (NSStringExtensions)
@@ -123,7 +122,7 @@ NSTask *TolvoLaunchQuietTask(NSString *theLaunchPath, NSArray *theArguments, NSP
   BOOL ended = anOutput != nil && [NSString _waitForExitOf: aTask deadline: aDeadline];
   if (!ended)
     {
-      [NSString _kill: aTask];
+      TolvoSignalTaskGroup(aTask, SIGKILL);
       [NSString _waitForExitOf: aTask
                       deadline: [NSDate dateWithTimeIntervalSinceNow: 1.0]];
       return nil;
