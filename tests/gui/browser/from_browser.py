@@ -22,19 +22,16 @@ The time each answer took is printed (from the activity log's lines).
 Arguments: the Tolvo executable, the source folder, a folder for
 screenshots, and optionally --no-window-manager. Runs with a fresh HOME.
 """
-import email
-import email.policy
-import glob
 import os
 import re
-import shutil
 import socket
 import subprocess
 import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-from desktop import configure_sender_and_server, press, press_send, run, start_test_server, wait_for, xdo  # noqa: E402
+from desktop import (configure_sender_and_server, press, press_send, received_messages, run,  # noqa: E402
+                     start_test_server, wait_for, xdo)
 
 tolvo, source, shots = sys.argv[1], sys.argv[2], sys.argv[3]
 with_wm = "--no-window-manager" not in sys.argv[4:]
@@ -231,12 +228,9 @@ try:
     def send_and_read(count):
         raise_tolvo()
         press_send(left, top, width, height)
-        wait_for("message %d" % count, 60, lambda: len(glob.glob(os.path.join(store, "*.eml"))) >= count)
-        wait_for("the run to end", 30, lambda: log_text().count("[Mailing completed at") >= count or
-                 log_text().count("Connection closed. Done.") >= count)
-        newest = sorted(glob.glob(os.path.join(store, "*.eml")), key=os.path.getmtime)[-1]
-        with open(newest, "rb") as f:
-            return email.message_from_bytes(f.read(), policy=email.policy.default)
+        wait_for("message %d" % count, 60, lambda: len(received_messages(store)) >= count)
+        wait_for("the run to end", 30, lambda: log_text().count("[Mailing completed at") >= count)
+        return received_messages(store)[-1]
 
     figures = []
     for n, (title, method, command, env) in enumerate(browsers, start=1):
