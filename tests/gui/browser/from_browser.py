@@ -136,16 +136,25 @@ def geometry(window):
 
 
 def main_window_id():
-    found = [w for w in windows_named("^Tolvo$") if geometry(w)[2] >= 500 and geometry(w)[3] >= 400]
-    return found[0] if found else None
+    """The menu is a window named "Tolvo" too; the main window is the big one."""
+    for w in windows_named("^Tolvo$"):
+        try:
+            shape = geometry(w)
+        except subprocess.CalledProcessError:   # gone meanwhile
+            continue
+        if shape[2] >= 500 and shape[3] >= 400:
+            return w
+    return None
 
 
 def raise_tolvo():
     """Tolvo's main window above the browsers (whose order stays), so that
-    a press lands on it."""
-    xdo("windowraise", main_window_id())
+    a press lands on it. A search may come back empty while some window
+    goes away during it: the window is looked for again."""
+    window = wait_for("Tolvo's main window", 10, main_window_id)
+    xdo("windowraise", window)
     time.sleep(0.3)
-    return geometry(main_window_id())
+    return geometry(window)
 
 
 display = own_display()
