@@ -64,4 +64,10 @@ set(CPACK_DEBIAN_PACKAGE_SECTION mail)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "gnustep-back0.29-cairo, fonts-dejavu-core, xdg-utils")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "gnome-keyring | kwalletmanager | keepassxc")
+# From Browser asks the browsers from a Python program that finds their
+# windows with python3-xlib; it reads the accessibility bus through
+# gir1.2-atspi-2.0 and uses the keyboard and clipboard through xdotool
+# and xclip when a browser offers nothing else.
+string(APPEND CPACK_DEBIAN_PACKAGE_DEPENDS ", python3, python3-xlib")
+string(APPEND CPACK_DEBIAN_PACKAGE_RECOMMENDS ", python3-gi, gir1.2-atspi-2.0, xdotool, xclip")
 include(CPack)
