@@ -30,6 +30,8 @@ Output: {"outcome": "page" | "no-page" | "none" | "no-browser",
 """
 import json
 import os
+import re
+import select
 import signal
 import socket
 import subprocess
@@ -185,20 +187,36 @@ def process_listens_on(pid, port):
     return False
 
 
+def command_line_flags(argv):
+    """The --name=value flags of a command line. Chromium sets its main
+    process's title, which turns /proc/PID/cmdline into one string of
+    blank-separated words: a flag's value then runs to the next " --" (the
+    last one to the end, the pages to open included)."""
+    if len(argv) == 1 and " --" in argv[0]:
+        words = re.split(r" (?=--)", argv[0])
+    else:
+        words = argv
+    flags = {}
+    for word in words:
+        if word.startswith("--") and "=" in word:
+            name, value = word.split("=", 1)
+            flags.setdefault(name, value)
+    return flags
+
+
 def devtools_port(browser):
-    flag, folder = None, None
-    for arg in browser.argv:
-        if arg.startswith("--remote-debugging-port="):
-            try:
-                flag = int(arg.split("=", 1)[1])
-            except ValueError:
-                pass
-        elif arg.startswith("--user-data-dir="):
-            folder = arg.split("=", 1)[1]
-    if flag is None:
+    flags = command_line_flags(browser.argv)
+    number = re.match(r"\d+", flags.get("--remote-debugging-port", ""))
+    if number is None:
         return None
+    flag = int(number.group(0))
     if flag > 0:
         return flag
+    folder = flags.get("--user-data-dir")
+    # In a joined command line the pages to open follow the folder's name:
+    # the longest leading part that is a folder is the one.
+    while folder and not os.path.isdir(folder) and " " in folder:
+        folder = folder.rsplit(" ", 1)[0]
     config = os.environ.get("XDG_CONFIG_HOME") or os.path.join(os.environ.get("HOME", "/"), ".config")
     folders = [folder] if folder else [os.path.join(config, p) for p in BROWSERS[browser.kind][2]]
     for f in folders:
@@ -228,9 +246,46 @@ def ask_devtools(browser):
 
 # --- the accessibility bus -----------------------------------------------
 
+def in_child(work, seconds):
+    """work() in a process of its own, its answer (a JSON value) or None: a
+    library that aborts the process (libatspi does when the bus it was
+    pointed at does not answer) or hangs takes only that process down."""
+    reading, writing = os.pipe()
+    pid = os.fork()
+    if pid == 0:
+        os.close(reading)
+        try:
+            os.write(writing, json.dumps(work()).encode("utf-8"))
+        except BaseException:
+            pass
+        os._exit(0)
+    os.close(writing)
+    data, deadline = b"", time.monotonic() + seconds
+    while True:
+        left = deadline - time.monotonic()
+        if left <= 0 or not select.select([reading], [], [], left)[0]:
+            os.kill(pid, signal.SIGKILL)
+            break
+        chunk = os.read(reading, 65536)
+        if not chunk:
+            break
+        data += chunk
+    os.close(reading)
+    os.waitpid(pid, 0)
+    try:
+        return json.loads(data.decode("utf-8")) if data else None
+    except ValueError:
+        return None
+
+
 def ask_accessibility(browser, bus_known):
     if not bus_known and not os.environ.get("DBUS_SESSION_BUS_ADDRESS"):
         return None
+    answer = in_child(lambda: accessibility_answer(browser), ACCESSIBILITY_SECONDS + 1.0)
+    return tuple(answer) if isinstance(answer, list) and len(answer) == 2 else None
+
+
+def accessibility_answer(browser):
     warnings.simplefilter("ignore")
     import gi
     gi.require_version("Atspi", "2.0")

@@ -8,6 +8,7 @@
 #import "ApplicationWindows.h"
 #import "FrontBrowserQuery.h"
 #import "NSString+Scripting.h"
+#import "RecordedAlerts.h"
 #import "TestPageServer.h"
 #import "TestSupport.h"
 #import "TolvoController.h"
@@ -104,6 +105,7 @@ class ChromiumTest : public ::testing::Test {
   // Presses the button (as the window does) and waits for the answer.
   void pressFromBrowser()
   {
+    RecordAlertsInsteadOfShowingThem();
     controller = [ApplicationWindows newControllerWithWindows];
     [controller applicationWillFinishLaunching: nil];
     [[controller subjectField] setStringValue: @"before"];
@@ -125,6 +127,7 @@ class ChromiumTest : public ::testing::Test {
       << [[[controller webPageOrFileField] stringValue] UTF8String];
     EXPECT_TRUE([[[controller subjectField] stringValue] isEqualToString: @"Loopback Docs Page"])
       << [[[controller subjectField] stringValue] UTF8String];
+    EXPECT_EQ([RecordedAlerts() count], 0u);
     NSString *aLine = [NSString stringWithFormat: @"From Browser: Chromium answered through %s in ", theMethod];
     EXPECT_NE([log() rangeOfString: aLine].location, (NSUInteger)NSNotFound) << [log() UTF8String];
   }
