@@ -1,4 +1,5 @@
 #import "TolvoController+Lifecycle.h"
+#import "TolvoController+DeliveryJournal.h"
 #import "TolvoController+Settings.h"
 #import "DesktopOpener.h"
 #import "GetURLEventSource.h"
@@ -129,6 +130,7 @@ static NSString *const TolvoGuidePage = @"index";
                             [self _logMarker: "[Logging starting at "]);
   // After the log has started, so that it can say where the password stays.
   [LoginPassword moveFromDefaults: defaults];
+  [self loadDeliveryJournal];
 }
 
 - (void) applicationWillTerminate: (NSNotification *) theNotification
@@ -195,6 +197,7 @@ static NSString *const TolvoGuidePage = @"index";
 
 - (void) testEmail: (id) theSender
 {
+  [self setDeliveringAddress: nil];
   SMTP *aDelivery = [[SMTP alloc] init];
   [aDelivery sendEmailNotification: (id<MailingController>)self
                        withMessage: @"If you received this message, email functionality is working."

@@ -1,4 +1,5 @@
 #import "TolvoController+MailingRun.h"
+#import "TolvoController+DeliveryJournal.h"
 #import "TolvoController+Lifecycle.h"
 #import "TolvoController+RunUnderWay.h"
 #import "TolvoController+WebPage.h"
@@ -17,6 +18,7 @@
 // its session has ended.
 - (void) _deliverToFields
 {
+  [self setDeliveringAddress: [to stringValue]];
   SMTP *aDelivery = [[SMTP alloc] init];
   [aDelivery sendMail: (id<MailingController>)self];
 }
@@ -44,6 +46,8 @@
       [self abort];
       return;
     }
+  if (![self settleDeliveriesInDoubt])
+    return;
   [sendButton setTitle: TolvoLocalizedCString("Stop")];
   stopSending = NO;
   [self statusMsg: TolvoLocalizedCString("Sending mail.")];

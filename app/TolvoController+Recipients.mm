@@ -1,4 +1,5 @@
 #import "TolvoController+Recipients.h"
+#import "TolvoController+DeliveryJournal.h"
 #import "TolvoController+Lifecycle.h"
 #import "TolvoController+RunUnderWay.h"
 #import "TolvoController+Settings.h"
@@ -103,13 +104,16 @@ NSString *const TolvoRecipientsEmailColumn = @"email";
 // carried it, not the field's text with whatever followed a line break.
 - (void) addRecipient: (NSString *) theAddress
 {
-  [recipients addObject: TolvoMailboxAddress(theAddress)];
+  NSString *aMailbox = TolvoMailboxAddress(theAddress);
+  [recipients addObject: aMailbox];
+  [self journalAccepted: aMailbox];
   [self noteRecipientsChanged];
 }
 
 - (void) resetRecipients: (id) theSender
 {
   [recipients removeAllObjects];
+  [self clearDeliveryJournal];
   [recipientsTableView reloadData];
 }
 

@@ -72,6 +72,9 @@
 
   FrontBrowserQuery *browserQuery; // the From Browser question under way, or nil
   NSButton *browserButton;         // the button that asked it
+  // Kept across launches when the preference asks for it (+DeliveryJournal).
+  void *deliveryJournal;           // tolvo::DeliveryJournal, owned; NULL until used
+  NSString *deliveringAddress;     // the run's message in flight
 }
 
 // Accessors the SMTP delivery uses (MailingController).

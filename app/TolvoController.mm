@@ -1,6 +1,7 @@
 #import "TolvoController.h"
 #import "GetURLEventSource.h"
 #import "RunLoopClock.h"
+#import "TolvoController+DeliveryJournal.h"
 
 @implementation TolvoController
 
@@ -36,6 +37,8 @@
   [browserQuery cancel];
   RELEASE(browserQuery);
   RELEASE(browserButton);
+  RELEASE(deliveringAddress);
+  [self closeDeliveryJournal];
   [[NSNotificationCenter defaultCenter] removeObserver: self];
   [[GetURLEventSource sharedSource] removeEventHandler: self];
   [super dealloc];

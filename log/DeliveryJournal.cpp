@@ -119,6 +119,12 @@ bool JournalState::wasAccepted(const std::string &address) const
   return found != entries.end() && found->second.accepted;
 }
 
+std::string JournalState::lastRecord(const std::string &address) const
+{
+  auto found = entries.find(lowered(address));
+  return found != entries.end() ? found->second.last : std::string();
+}
+
 JournalReading readJournalText(const std::string &text)
 {
   JournalReading reading;

@@ -52,6 +52,8 @@ class JournalState {
   // the order they were last handed to the server.
   std::vector<std::string> inDoubt(const std::string &currentBoot) const;
   bool wasAccepted(const std::string &address) const;
+  // The kind of the address's last record, "" when it has none.
+  std::string lastRecord(const std::string &address) const;
 
  private:
   struct Entry {

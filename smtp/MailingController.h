@@ -24,4 +24,12 @@
 - (void) abort;
 - (BOOL) sendMember;
 - (void) reset;
+
+// The moments a delivery journal records (see ReportingSMTP.h): the message
+// handed to the server, its final "." about to go out and gone out, and
+// the server refusing it after that ".".
+- (void) deliveryWillSendMessage;
+- (void) deliveryWillSendEndOfData;
+- (void) deliveryDidSendEndOfData;
+- (void) deliveryEndOfDataRefused;
 @end

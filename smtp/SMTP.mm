@@ -1,6 +1,6 @@
 #import "SMTP+Private.h"
 #import "LocalizedStrings.h"
-#import "SMTPService.h"
+#import "ReportingSMTP.h"
 #import <Pantomime/CWMessage.h>
 
 @implementation SMTP
@@ -102,7 +102,7 @@
 {
   NSString *aServer = [_controller getServer];
   int aPort = [_controller getPort];
-  _smtp = [[SMTPService alloc] initWithName: aServer port: aPort];
+  _smtp = [[ReportingSMTP alloc] initWithName: aServer port: aPort];
   [_smtp setDelegate: self];
   [_smtp setMessage: theMessage];
   [self _prepareSession];

@@ -72,5 +72,10 @@
 - (void) abort { }
 - (BOOL) sendMember { return NO; }
 - (void) reset { }
+// No journal is kept here.
+- (void) deliveryWillSendMessage { }
+- (void) deliveryWillSendEndOfData { }
+- (void) deliveryDidSendEndOfData { }
+- (void) deliveryEndOfDataRefused { }
 
 @end
