@@ -2,6 +2,7 @@
 #import "TolvoController+DeliveryJournal.h"
 #import "TolvoController+Lifecycle.h"
 #import "TolvoController+RunUnderWay.h"
+#import "TolvoController+Pace.h"
 #import "TolvoController+WebPage.h"
 #import "LocalizedStrings.h"
 #import "PersonAddress.h"
@@ -19,6 +20,7 @@
 - (void) _deliverToFields
 {
   [self setDeliveringAddress: [to stringValue]];
+  [self noteMessageStarted];
   SMTP *aDelivery = [[SMTP alloc] init];
   [aDelivery sendMail: (id<MailingController>)self];
 }
@@ -48,6 +50,7 @@
     }
   if (![self settleDeliveriesInDoubt])
     return;
+  [self startPace];
   [sendButton setTitle: TolvoLocalizedCString("Stop")];
   stopSending = NO;
   [self statusMsg: TolvoLocalizedCString("Sending mail.")];
@@ -92,6 +95,8 @@
       return NO;
     }
 
+  if ([self waitForPace])
+    return YES;
   [spinner setDoubleValue: [spinner maxValue] - (double)[people count] + 1.0];
   ADPerson *aPerson = [people objectAtIndex: 0];
   // A field clicked into during the run would select and copy each
@@ -119,6 +124,7 @@
   stopSending = YES;
   [sendButton setTitle: TolvoLocalizedCString("Send")];
   [self endRun];
+  [self cancelPaceWait];
 }
 
 @end

@@ -106,6 +106,7 @@ NSString *const TolvoRecipientsEmailColumn = @"email";
 {
   NSString *aMailbox = TolvoMailboxAddress(theAddress);
   [recipients addObject: aMailbox];
+  lastMessageAccepted = YES;
   [self journalAccepted: aMailbox];
   [self noteRecipientsChanged];
 }

@@ -75,6 +75,12 @@
   // Kept across launches when the preference asks for it (+DeliveryJournal).
   void *deliveryJournal;           // tolvo::DeliveryJournal, owned; NULL until used
   NSString *deliveringAddress;     // the run's message in flight
+
+  // The pace of a run (+Pace).
+  NSTimer *paceTimer;              // while waiting before the next message
+  NSDate *lastMessageStart;        // when the run's last message was handed over
+  int paceShownSeconds;            // the countdown on the status line
+  BOOL lastMessageAccepted;        // the run's last message was accepted
 }
 
 // Accessors the SMTP delivery uses (MailingController).

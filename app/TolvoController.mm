@@ -38,6 +38,9 @@
   RELEASE(browserQuery);
   RELEASE(browserButton);
   RELEASE(deliveringAddress);
+  [paceTimer invalidate];
+  RELEASE(paceTimer);
+  RELEASE(lastMessageStart);
   [self closeDeliveryJournal];
   [[NSNotificationCenter defaultCenter] removeObserver: self];
   [[GetURLEventSource sharedSource] removeEventHandler: self];

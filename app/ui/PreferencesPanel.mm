@@ -3,6 +3,8 @@
 #import "MyCharacterFormatter.h"
 #import "TolvoController+Settings.h"
 #import "LoginPassword.h"
+#import "TolvoController+DeliveryJournal.h"
+#import "TolvoController+Pace.h"
 
 NSString *const TolvoPreferencesPanelTitle = @"Preferences";
 
@@ -50,6 +52,12 @@ static const PanelRow PanelRows[] = {
   { RowSecureText, "Password:", &TolvoLoginPasswordKey, NULL },
   { RowHeading, "After Sending", NULL, NULL },
   { RowChoice, "When Done:", &TolvoCompletionActionKey, "Nothing|Quit|Reset form" },
+
+  // Large mailings: a sending limit, and mailed recipients kept across
+  // launches so that a run goes on after a crash.
+  { RowHeading, "Large Mailings", NULL, NULL },
+  { RowNumber, "Messages per Minute:", &TolvoMessagesPerMinuteKey, NULL },
+  { RowSwitch, "Remember mailed recipients", &TolvoRememberMailedRecipientsKey, NULL },
 };
 static const int PanelRowCount = sizeof(PanelRows) / sizeof(PanelRows[0]);
 
@@ -186,7 +194,7 @@ static CGFloat HeightOfRow(const PanelRow &theRow)
     [aStore setInteger: [theControl indexOfSelectedItem] forKey: aKey];
   else if ([theControl isKindOfClass: [NSButton class]])
     [aStore setBool: [theControl state] == NSOnState forKey: aKey];
-  else if ([aKey isEqualToString: TolvoServerPortKey])
+  else if ([theControl formatter] == portFormatter)
     [aStore setInteger: [[theControl stringValue] intValue] forKey: aKey];
   else
     [aStore setObject: [theControl stringValue] forKey: aKey];
@@ -263,7 +271,7 @@ static CGFloat HeightOfRow(const PanelRow &theRow)
         }
       else if ([aControl isKindOfClass: [NSButton class]])
         [aControl setState: [aStore boolForKey: aKey] ? NSOnState : NSOffState];
-      else if ([aKey isEqualToString: TolvoServerPortKey])
+      else if ([aControl formatter] == portFormatter)
         [aControl setStringValue: [aStore objectForKey: aKey] == nil
           ? @"" : [NSString stringWithFormat: @"%ld", (long)[aStore integerForKey: aKey]]];
       else if ([aKey isEqualToString: TolvoLoginPasswordKey])

@@ -146,6 +146,28 @@ TEST_F(PreferencesPanelTest, PanelIsTitledPreferences)
   EXPECT_TRUE([[[panel() panel] title] isEqualToString: @"Preferences"]);
 }
 
+TEST_F(PreferencesPanelTest, TheLargeMailingsPreferencesAreWrittenByTheirControls)
+{
+  typeInto(@"messagesPerMinute", @"25");
+  EXPECT_TRUE([storedValue(@"messagesPerMinute") isEqual: [NSNumber numberWithInt: 25]])
+    << [[storedValue(@"messagesPerMinute") description] UTF8String];
+  NSButton *aSwitch = [panel() controlForKey: @"rememberMailedRecipients"];
+  ASSERT_TRUE([aSwitch isKindOfClass: [NSButton class]]);
+  [aSwitch setState: NSOnState];
+  [aSwitch sendAction: [aSwitch action] to: [aSwitch target]];
+  EXPECT_TRUE([storedValue(@"rememberMailedRecipients") boolValue]);
+}
+
+TEST_F(PreferencesPanelTest, TheLargeMailingsPreferencesShowNoLimitAndOffByDefault)
+{
+  [panel() showStoredValues];
+  EXPECT_TRUE([[[panel() controlForKey: @"messagesPerMinute"] stringValue] isEqualToString: @""]);
+  EXPECT_EQ([[panel() controlForKey: @"rememberMailedRecipients"] state], NSOffState);
+  setPreference(@"messagesPerMinute", [NSNumber numberWithInt: 30]);
+  [panel() showStoredValues];
+  EXPECT_TRUE([[[panel() controlForKey: @"messagesPerMinute"] stringValue] isEqualToString: @"30"]);
+}
+
 // Takes the screenshot kept in the build tree's tests/gui folder (or
 // TOLVO_SCREENSHOT_DIR) for a person to look at: labels readable, nothing
 // clipped.
