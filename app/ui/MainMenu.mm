@@ -44,6 +44,8 @@
           target: theController toMenu: anApp];
   [self _addItem: @"Import Contacts..." action: @selector(importContacts:) key: @""
           target: theController toMenu: anApp];
+  [self _addItem: @"Import People from CSV..." action: @selector(importContactsFromCSV:) key: @""
+          target: theController toMenu: anApp];
   [self _addItem: @"Open Console" action: @selector(openConsole:) key: @"l"
           target: theController toMenu: anApp];
   [self _addItem: @"Send Test Email" action: @selector(testEmail:) key: @""
