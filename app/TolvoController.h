@@ -81,6 +81,8 @@
   NSDate *lastMessageStart;        // when the run's last message was handed over
   int paceShownSeconds;            // the countdown on the status line
   BOOL lastMessageAccepted;        // the run's last message was accepted
+
+  id preview;                      // the Preview window's controller (+Preview)
 }
 
 // Accessors the SMTP delivery uses (MailingController).

@@ -41,6 +41,7 @@
   [paceTimer invalidate];
   RELEASE(paceTimer);
   RELEASE(lastMessageStart);
+  RELEASE(preview);
   [self closeDeliveryJournal];
   [[NSNotificationCenter defaultCenter] removeObserver: self];
   [[GetURLEventSource sharedSource] removeEventHandler: self];

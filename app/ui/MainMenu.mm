@@ -76,6 +76,8 @@
           target: theController toMenu: aWindows];
   [self _addItem: @"Attachments" action: @selector(showAttachments:) key: @""
           target: theController toMenu: aWindows];
+  [self _addItem: @"Preview" action: @selector(showPreview:) key: @"p"
+          target: theController toMenu: aWindows];
   return aMain;
 }
 

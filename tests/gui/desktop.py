@@ -150,7 +150,7 @@ def main_window():
 # below the title row "Tolvo": the submenus first, then the items of the
 # application menu (app/ui/MainMenu.mm).
 MENU_ROWS = ["Tolvo", "Edit", "Format", "Windows", "Preferences...", "Import Contacts...",
-             "Open Console", "Send Test Email", "Website", "Tolvo Help", "Quit"]
+             "Import People from CSV...", "Open Console", "Send Test Email", "Website", "Tolvo Help", "Quit"]
 
 
 def menu_window():
