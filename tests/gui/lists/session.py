@@ -100,17 +100,31 @@ def install_recording_browser(home):
     return opened
 
 
-def copied_text(x, y):
-    """Presses into a text view, selects all of it and copies it; answers the
-    clipboard's text."""
-    press(x, y)
-    time.sleep(0.3)
-    xdo("key", "alt+a")
-    time.sleep(0.3)
-    xdo("key", "alt+c")
-    time.sleep(0.5)
+def _clipboard():
     return subprocess.run(["xclip", "-o", "-selection", "clipboard"], capture_output=True,
                           text=True, timeout=10).stdout
+
+
+def copied_text(x, y):
+    """Presses into a text view, selects all of it and copies it; answers the
+    clipboard's text. The clipboard is set to a marker first, and the steps
+    are tried again (a press can be taken for the one that makes a window
+    key) until the text has replaced the marker."""
+    marker = "(nothing copied yet)"
+    for attempt in range(3):
+        subprocess.run(["xclip", "-i", "-selection", "clipboard"], input=marker, text=True, timeout=10)
+        press(x, y)
+        time.sleep(0.3)
+        xdo("key", "alt+a")
+        time.sleep(0.3)
+        xdo("key", "alt+c")
+        deadline = time.time() + 3
+        while time.time() < deadline:
+            text = _clipboard()
+            if text and text != marker:
+                return text
+            time.sleep(0.2)
+    return ""
 
 
 def log_lines(home):
