@@ -11,7 +11,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-from desktop import geometry_of, press, run, wait_for, xdo  # noqa: E402
+from desktop import geometry_of, main_windows, press, wait_for, xdo  # noqa: E402
 
 MENU_ROWS = ["Tolvo", "Edit", "Format", "Windows", "Preferences...", "Import Contacts...",
              "Import People from CSV...", "Open Console", "Send Test Email"]
@@ -27,7 +27,7 @@ def window(title, min_width=0):
 
 def main_window():
     """(left, top, width, height) of the main window, once it is up."""
-    return wait_for("the main window", 30, lambda: window("Tolvo", 500))[1:]
+    return wait_for("the main window", 30, lambda: main_windows() and main_windows()[0])
 
 
 def menu_item(title):
