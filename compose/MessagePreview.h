@@ -1,9 +1,8 @@
 // What a composed message looks like to its recipient, for the Preview
 // window: the From, To and Subject it carries, its parts (type, transfer
 // encoding, size), the text of its first text part, and its whole source as
-// the session hands it to the server (the message's -dataValue with CRLF
-// line ends, which is what Pantomime's SMTP session sends), read back as a
-// mail reader reads it.
+// the session hands it to the server (the message's -dataValue: the bytes
+// composed by MessageData), read back as a mail reader reads it.
 //
 // Built from the very message that the mailing run would send to that
 // recipient (TolvoComposeMessage), never sent itself.

@@ -70,14 +70,16 @@ static NSString *TolvoShownText(NSData *theBytes)
 + (MessagePreview *) previewOfMessage: (CWMessage *) theMessage
 {
   MessagePreview *aPreview = AUTORELEASE([[MessagePreview alloc] init]);
-  // The session sends the message's -dataValue with every line end made
-  // CRLF (RFC 5321 2.3.8); its dot-stuffing is undone by the server.
-  NSData *aValue = [theMessage dataValue];
-  aPreview->source = RETAIN([[NSMutableData dataWithData: aValue] replaceLFWithCRLF]);
+  // The message's -dataValue is the composed bytes the session hands to
+  // the connection, line ends CRLF (only its dot-stuffing comes later, and
+  // the server undoes it).
+  aPreview->source = RETAIN([theMessage dataValue]);
   // What the recipient's mail reader finds is what these bytes say: they
-  // are read back as a message (Pantomime's reader takes them with the
-  // line feeds it wrote), and its headers and parts are shown.
-  CWMessage *aReceived = AUTORELEASE([[CWMessage alloc] initWithData: aValue]);
+  // are read back as a message (Pantomime's reader takes them with plain
+  // line feeds), and its headers and parts are shown.
+  NSMutableData *aReadable = [NSMutableData dataWithData: aPreview->source];
+  [aReadable replaceCRLFWithLF];
+  CWMessage *aReceived = AUTORELEASE([[CWMessage alloc] initWithData: aReadable]);
   aPreview->from = RETAIN([aReceived from] != nil ? [[aReceived from] stringValue] : @"");
   NSArray *recipients = [aReceived recipients];
   aPreview->to = RETAIN([recipients count] > 0 ? [[recipients objectAtIndex: 0] stringValue] : @"");

@@ -11,11 +11,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-from desktop import geometry_of, main_windows, press, wait_for, xdo  # noqa: E402
-
-MENU_ROWS = ["Tolvo", "Edit", "Format", "Windows", "Preferences...", "Import Contacts...",
-             "Import People from CSV...", "Open Console", "Send Test Email"]
-
+from desktop import geometry_of, main_windows, press, press_menu_item, wait_for, xdo  # noqa: E402
 
 def window(title, min_width=0):
     found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^%s$" % title],
@@ -30,22 +26,10 @@ def main_window():
     return wait_for("the main window", 30, lambda: main_windows() and main_windows()[0])
 
 
-def menu_item(title):
-    """Presses an item of the main menu, the column of 20-pixel rows at the
-    top left."""
-    for found in subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^Tolvo$"],
-                                capture_output=True, text=True).stdout.split():
-        x, y, width, height = geometry_of(found)
-        if width < 400 and height > 100:
-            press(x + 40, y + int((MENU_ROWS.index(title) + 0.5) * 20))
-            return
-    raise SystemExit("no menu window")
-
-
 def import_csv_group(path):
     """Import People from CSV..., the file typed into the open panel; the
     alert at the end is dismissed."""
-    menu_item("Import People from CSV...")
+    press_menu_item("Import People from CSV...")
     _, p_left, p_top, p_width, p_height = wait_for("the open panel", 10,
                                                    lambda: window("Import People from CSV"))
     time.sleep(0.5)
