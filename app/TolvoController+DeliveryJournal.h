@@ -21,8 +21,9 @@ extern NSString *const TolvoRememberMailedRecipientsKey;
 // Recipients list with the accepted addresses and reports skipped lines.
 - (void) loadDeliveryJournal;
 
-// Before a run starts: YES to go on. With addresses in doubt it lists them
-// on the status line and asks (a modal alert); the answer is applied.
+// As a run starts, before its first message: YES to go on. With addresses
+// in doubt it lists them on the status line and asks (a modal alert); the
+// answer is applied.
 - (BOOL) settleDeliveriesInDoubt;
 - (NSArray *) deliveriesInDoubt;
 // The two answers: the addresses join the Mailed Recipients list (and the

@@ -1,5 +1,6 @@
 #import "TolvoController+DeliveryJournal.h"
 #import "TolvoController+Lifecycle.h"
+#import "TolvoController+RunUnderWay.h"
 #import "TolvoController+Recipients.h"
 #import "LocalizedStrings.h"
 #import "MessageLayout.h"
@@ -69,7 +70,9 @@ static NSArray *TolvoStrings(const std::vector<std::string> &theTexts)
 
 - (BOOL) rememberMailedRecipients
 {
-  [defaults synchronize];
+  // As the other preferences: synchronised once by a run's Send.
+  if (![self storeSynchronised])
+    [defaults synchronize];
   return [defaults boolForKey: TolvoRememberMailedRecipientsKey];
 }
 

@@ -48,14 +48,15 @@
       [self abort];
       return;
     }
-  if (![self settleDeliveriesInDoubt])
-    return;
   [self startPace];
   [sendButton setTitle: TolvoLocalizedCString("Stop")];
   stopSending = NO;
   [self statusMsg: TolvoLocalizedCString("Sending mail.")];
   [defaults synchronize];
   [self beginRun];
+  // Before the first message: messages left in doubt by an interrupted run
+  // are counted as mailed or left to be mailed again, as the user says.
+  [self settleDeliveriesInDoubt];
   if (people != nil)
     {
       [spinner setStyle: NSProgressIndicatorBarStyle];

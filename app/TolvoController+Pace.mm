@@ -1,5 +1,6 @@
 #import "TolvoController+Pace.h"
 #import "TolvoController+Lifecycle.h"
+#import "TolvoController+RunUnderWay.h"
 #import "TolvoController+MailingRun.h"
 #import "TolvoController+Settings.h"
 #import "LocalizedStrings.h"
@@ -90,7 +91,9 @@ static const NSTimeInterval TolvoPaceTick = 0.2;
 
 - (int) messagesPerMinute
 {
-  [defaults synchronize];
+  // As the other preferences: synchronised once by a run's Send.
+  if (![self storeSynchronised])
+    [defaults synchronize];
   NSInteger aPace = [defaults integerForKey: TolvoMessagesPerMinuteKey];
   return aPace > 0 ? (int)MIN(aPace, (NSInteger)INT_MAX) : 0;
 }
