@@ -34,14 +34,19 @@ static void appendBoundaryLine(TolvoMessageBytes *theBytes, NSData *theBoundary)
   [theBytes->bytes appendBytes: "\r\n" length: 2];
 }
 
-// The part that a writer appends to a message, without its boundary line.
+// Writes a part into the message as `write` appends it, and answers the
+// part without its boundary line: copied out of the message when it is small
+// enough to keep, nil otherwise. A part is never composed apart and then
+// copied in, which for a large page would hold it three times at once.
 template <typename Write>
-static NSData *partWrittenBy(NSData *theBoundary, Write write)
+static NSData *partKeptFrom(TolvoMessageBytes *theBytes, NSData *theBoundary, Write write)
 {
-  TolvoMessageBytes aPart = { [NSMutableData data] };
-  write(&aPart);
-  NSUInteger aLine = [theBoundary length] + 4;
-  return [aPart.bytes subdataWithRange: NSMakeRange(aLine, [aPart.bytes length] - aLine)];
+  NSUInteger aStart = [theBytes->bytes length] + [theBoundary length] + 4;
+  write();
+  NSUInteger anEnd = [theBytes->bytes length];
+  if (anEnd < aStart || anEnd - aStart > TolvoLargestKeptPart)
+    return nil;
+  return [theBytes->bytes subdataWithRange: NSMakeRange(aStart, anEnd - aStart)];
 }
 
 static NSString *textKey(NSString *theType, int theCharacterSet)
@@ -70,12 +75,10 @@ void TolvoAppendRunTextPart(TolvoMessageBytes *theBytes, NSData *theBoundary,
           return;
         }
     }
-  NSData *aPart = partWrittenBy(theBoundary, [&](TolvoMessageBytes *thePart) {
-    TolvoAppendTextPart(thePart, theBoundary, theText, theType, theCharacterSet);
+  NSData *aPart = partKeptFrom(theBytes, theBoundary, [&]() {
+    TolvoAppendTextPart(theBytes, theBoundary, theText, theType, theCharacterSet);
   });
-  appendBoundaryLine(theBytes, theBoundary);
-  [theBytes->bytes appendData: aPart];
-  if ([aPart length] > TolvoLargestKeptPart)
+  if (aPart == nil)
     return;
   // The page and the typed text of a run: a few texts at most.
   if ([TolvoKeptTexts count] >= 4)
@@ -113,10 +116,9 @@ void TolvoAppendRunFilePart(TolvoMessageBytes *theBytes, NSData *theBoundary, NS
       TolvoAppendFilePart(theBytes, theBoundary, aFile, theFileName, theType);
       return;
     }
-  NSData *aPart = partWrittenBy(theBoundary, [&](TolvoMessageBytes *thePart) {
-    TolvoAppendFilePart(thePart, theBoundary, aFile, theFileName, theType);
+  NSData *aPart = partKeptFrom(theBytes, theBoundary, [&]() {
+    TolvoAppendFilePart(theBytes, theBoundary, aFile, theFileName, theType);
   });
-  appendBoundaryLine(theBytes, theBoundary);
-  [theBytes->bytes appendData: aPart];
-  [TolvoKeptFileParts setObject: aPart forKey: aKey];
+  if (aPart != nil)
+    [TolvoKeptFileParts setObject: aPart forKey: aKey];
 }
