@@ -102,10 +102,40 @@ void setPageDownloadLimits(PageDownloadLimits theLimits)
 
 @end
 
+static void discardLogLine(NSString *theLine)
+{
+}
+
+// GNUstep's HTTP loader keeps the first loader object of the process for
+// good (its -startLoading files that object in a table of the methods it
+// accepts), and with it what that loader read: about twice the body of the
+// first page fetched, for as long as Tolvo runs. A loader started once with
+// a method it refuses takes that place instead, holding nothing; its
+// refusal note ("Invalid HTTP Method") is kept off the standard error.
+static void settleFirstHTTPLoader(void)
+{
+  static BOOL settled = NO;
+  if (settled)
+    return;
+  settled = YES;
+  NSMutableURLRequest *aRequest =
+    [NSMutableURLRequest requestWithURL: [NSURL URLWithString: @"http://127.0.0.1/"]];
+  [aRequest setHTTPMethod: @"TOLVO-NONE"];
+  NSURLProtocol *aLoader = [[NSURLProtocol alloc] initWithRequest: aRequest
+                                                   cachedResponse: nil
+                                                           client: nil];
+  NSLog_printf_handler *aHandler = _NSLog_printf_handler;
+  _NSLog_printf_handler = discardLogLine;
+  [aLoader startLoading];
+  _NSLog_printf_handler = aHandler;
+  RELEASE(aLoader);
+}
+
 NSData *loadPageData(NSURL *theURL, PageDownloadLimits theLimits)
 {
   if (theURL == nil)
     return nil;
+  settleFirstHTTPLoader();
   // An https page comes only from a server whose certificate passes.
   TolvoRequireVerifiedPageDownloads();
   NSURLRequest *aRequest =
@@ -129,10 +159,9 @@ NSData *loadPageData(NSURL *theURL, PageDownloadLimits theLimits)
       [aLoop runMode: NSDefaultRunLoopMode beforeDate: [aTurn earlierDate: deadline]];
       [aPool release];
     }
-  // Cancelled even when finished: GNUstep's URL loading keeps about twice
-  // the body of a finished load that was not cancelled for the rest of the
-  // process, once more for every page fetched; a cancelled one's is given
-  // back when the next load begins.
+  // Cancelled even when finished: GNUstep's URL loading keeps the loader
+  // of a finished load that was not cancelled, and with it about twice the
+  // body, for the rest of the process.
   [aConnection cancel];
   RELEASE(aConnection);
 

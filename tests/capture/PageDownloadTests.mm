@@ -6,6 +6,10 @@
 #import "PageDownload.h"
 #import "TestPageServer.h"
 
+#include <fcntl.h>
+#include <malloc.h>
+#include <unistd.h>
+
 namespace {
 
 // The text that downloadWebPage hands over, released by the caller.
@@ -143,6 +147,46 @@ TEST_F(PageDownloadTest, EachDownloadAsksTheServerAgain)
   download([server addressOf: @"/page.html"]);
   NSArray *paths = [server requestedPaths];
   EXPECT_EQ([paths count], 2u);
+}
+
+// What the process holds from the allocator, in bytes.
+size_t bytesInUse()
+{
+  struct mallinfo2 anInfo = mallinfo2();
+  return anInfo.uordblks + anInfo.hblkhd;
+}
+
+TEST_F(PageDownloadTest, NothingOfAPageIsKeptOnceItsBytesAreLetGo)
+{
+  // Guards against GNUstep's loader keeping the first page of the process:
+  // each test runs in a process of its own, so this is the first download.
+  const NSUInteger aSize = 16 * 1024 * 1024;
+  size_t before = bytesInUse();
+  NSAutoreleasePool *aPool = [NSAutoreleasePool new];
+  NSData *aPage = downloadWebPageUTF8([server addressOf:
+    [NSString stringWithFormat: @"/generated?bytes=%lu", (unsigned long)aSize]]);
+  NSUInteger aLength = [aPage length];
+  [aPool release];
+  EXPECT_EQ(aLength, aSize);
+  size_t after = bytesInUse();
+  EXPECT_LT(after > before ? after - before : 0, aSize / 8) << before << " bytes before, " << after << " after";
+}
+
+TEST_F(PageDownloadTest, TheFirstDownloadWritesNothingOnStandardError)
+{
+  char aPath[] = "/tmp/tolvo-download-stderr-XXXXXX";
+  int aFile = mkstemp(aPath);
+  ASSERT_GE(aFile, 0);
+  int aSaved = dup(STDERR_FILENO);
+  dup2(aFile, STDERR_FILENO);
+  NSString *aPage = download([server addressOf: @"/page.html"]);
+  dup2(aSaved, STDERR_FILENO);
+  close(aSaved);
+  close(aFile);
+  NSString *anOutput = [NSString stringWithContentsOfFile: [NSString stringWithUTF8String: aPath]];
+  unlink(aPath);
+  EXPECT_NE(aPage, nil);
+  EXPECT_EQ([anOutput length], 0u) << [anOutput UTF8String];
 }
 
 TEST(PageDownloadHTTPS, APageFromAServerOfTheTrustedAuthority)
