@@ -10,7 +10,8 @@ bool TolvoRunLoopUntil(NSTimeInterval seconds, const std::function<bool()> &cond
 // A fresh folder under the test's temporary HOME.
 NSString *TolvoTemporaryFolder(NSString *name);
 
-// The source tree's root, from the TOLVO_SOURCE_DIR that CTest sets.
+// The source tree's root: the TOLVO_SOURCE_DIR that CTest sets, else the
+// tree the program was built from.
 NSString *TolvoSourcePath(NSString *relativePath);
 
 // Launches a test server program with its standard output and error in a

@@ -28,9 +28,12 @@ NSString *TolvoTemporaryFolder(NSString *name)
 
 NSString *TolvoSourcePath(NSString *relativePath)
 {
+  // CTest sets the variable when it runs a test, but not when it lists a
+  // program's tests: the tests made from files of the tree (one per corpus
+  // page) are listed from the tree the program was built from.
   NSString *root = [[[NSProcessInfo processInfo] environment] objectForKey: @"TOLVO_SOURCE_DIR"];
   if (root == nil)
-    root = @".";
+    root = @TOLVO_BUILT_FROM;
   return [root stringByAppendingPathComponent: relativePath];
 }
 
