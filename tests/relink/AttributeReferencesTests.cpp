@@ -56,6 +56,30 @@ TEST(AttributeReferences, FindsAnAttributeJoinedByErasingAnother) {
   EXPECT_EQ(referencesIn("HRhref=\"a\"EF=\"b c\""), (Refs{"a", "b c"}));
 }
 
+// Guards against passing over a row whose opening the page held nowhere
+// until an earlier row's erase joined one.
+TEST(AttributeReferences, FindsALaterRowsOpeningJoinedByAnEarlierRowsErase) {
+  EXPECT_EQ(referencesIn("Shref=\"a\"RC=b>"), (Refs{"a", "b"}));
+  EXPECT_EQ(referencesIn("SRChref=\"a\"=b>"), (Refs{"a", "b"}));
+  EXPECT_EQ(referencesIn("bhref=\"a\"ackground=c>"), (Refs{"a", "c"}));
+}
+
+// Guards against counting an opening as erased when it only touches the
+// erased value.
+TEST(AttributeReferences, FindsAnOpeningRightBehindAnErasedValue) {
+  EXPECT_EQ(referencesIn("href=\"a\"SRC=b>"), (Refs{"a", "b"}));
+}
+
+TEST(AttributeReferences, FindsAnOpeningRightBeforeAnErasedValue) {
+  EXPECT_EQ(referencesIn("SRC=href=\"a\">"), (Refs{"a", ""}));
+}
+
+// Guards against a row that stops once its last occurrence is gone missing
+// one that its own erase joins.
+TEST(AttributeReferences, FindsTheRowsOwnOpeningJoinedByItsLastErase) {
+  EXPECT_EQ(referencesIn("x HREhref=\"a\"F=\"b\""), (Refs{"a", "b"}));
+}
+
 TEST(AttributeReferences, KeepsTheFirstPositionOfARepeatedValue) {
   EXPECT_EQ(referencesIn("<a href=\"x\"><a href=\"y\"><a href=\"x\">"), (Refs{"x", "y"}));
 }
