@@ -85,16 +85,22 @@ static NSUInteger alertsDismissed = 0;
 + (void) check: (NSTimer *) theTimer
 {
   static NSWindow *stopping = nil;   // the modal window already told to stop
+  static NSDate *stoppedAt = nil;    // when it was told
   NSWindow *aModal = [NSApp modalWindow];
   if (aModal == nil)
     {
       stopping = nil;
       return;
     }
-  if (aModal != stopping)
+  // Alerts share one panel: the question and the summary after it can be
+  // the same window with no tick in between where none was modal. A modal
+  // loop told to stop has ended by the next tick or two, so the same window
+  // still modal a while later is the next alert.
+  if (aModal != stopping || [stoppedAt timeIntervalSinceNow] < -0.5)
     {
       alertsDismissed++;
       stopping = aModal;
+      ASSIGN(stoppedAt, [NSDate date]);
       [NSApp stopModalWithCode: NSAlertDefaultReturn];
     }
   // The modal loop waits for an event; a timer alone does not end the wait.
