@@ -68,6 +68,16 @@ NSData *Bytes(const char *theText)
 
 using Members = std::vector<std::string>;
 
+// As the menu command imports a file: through the controller, its
+// questions and summary answered by the fixture; back once it is done (or
+// after 20 s).
+ContactsImport *ImportedThroughController(TolvoController *theController, NSString *thePath)
+{
+  ContactsImport *anImport = [theController importCSVFile: thePath];
+  TolvoRunLoopUntil(20, [anImport]() { return [anImport isFinished] ? true : false; });
+  return anImport;
+}
+
 TEST(CSVImport, AFileExportedByLibreOfficeCalc)
 {
   NSString *aCopy = [TestHome() stringByAppendingPathComponent: @"Choir Members.csv"];
@@ -140,8 +150,8 @@ TEST_F(ContactsTest, ImportingACSVFileThroughTheControllerShowsTheGroupAndReport
   setWholeGroup(false);
   NSString *aPath = ContactsWriteFile(@"Team.csv", @"Name,Email\nAnn Lee,ann@example.org\nBo Berg,\n");
   NSUInteger alerts = ContactsAlertsDismissed();
-  ContactsImport *anImport = [c importCSVFile: aPath];
-  ASSERT_TRUE(TolvoRunLoopUntil(20, [anImport]() { return [anImport isFinished] ? true : false; }));
+  ContactsImport *anImport = ImportedThroughController(c, aPath);
+  ASSERT_TRUE([anImport isFinished]);
   TolvoRunLoopUntil(2, [alerts]() { return ContactsAlertsDismissed() > alerts; });
   EXPECT_EQ(alerts + 1, ContactsAlertsDismissed());
   NSArray *selected = [[c peoplePickerView] selectedGroups];
@@ -157,8 +167,8 @@ TEST_F(ContactsTest, ABrokenCSVFileIsReportedWithoutAGroup)
 {
   setWholeGroup(false);
   NSString *aPath = ContactsWriteFile(@"Bad.csv", @"Name,Email\n\"Ann Lee,ann@example.org\n");
-  ContactsImport *anImport = [c importCSVFile: aPath];
-  ASSERT_TRUE(TolvoRunLoopUntil(20, [anImport]() { return [anImport isFinished] ? true : false; }));
+  ContactsImport *anImport = ImportedThroughController(c, aPath);
+  ASSERT_TRUE([anImport isFinished]);
   NSString *aLog = ContactsActivityLog(c);
   EXPECT_EQ(1u, ContactsOccurrences(aLog,
     @"Nothing was imported from Bad.csv: line 2 (row 2) cannot be read: a quote is not closed, or stray text follows one.\r"))
@@ -172,8 +182,8 @@ TEST_F(ContactsTest, OnePersonFromACSVFileIsOneContact)
 {
   setWholeGroup(false);
   NSString *aPath = ContactsWriteFile(@"Solo.csv", @"Name,Email\nAnn Lee,ann@example.org\n");
-  ContactsImport *anImport = [c importCSVFile: aPath];
-  ASSERT_TRUE(TolvoRunLoopUntil(20, [anImport]() { return [anImport isFinished] ? true : false; }));
+  ContactsImport *anImport = ImportedThroughController(c, aPath);
+  ASSERT_TRUE([anImport isFinished]);
   NSString *aLog = ContactsActivityLog(c);
   EXPECT_EQ(1u, ContactsOccurrences(aLog, @"Imported 1 contact from Solo.csv into the group Solo.\r"))
     << [aLog UTF8String];
@@ -200,15 +210,15 @@ TEST_F(ContactsTest, ASecondCSVImportAsksAndByDefaultSkipsThePeopleAlreadyThere)
   setWholeGroup(false);
   NSString *aPath = ContactsWriteFile(@"Club.csv", @"Name,Email\nAnn Lee,ann@example.org\nBo Berg,bo@example.org\n");
   NSUInteger first = ContactsAlertsDismissed();
-  ContactsImport *anImport = [c importCSVFile: aPath];
-  ASSERT_TRUE(TolvoRunLoopUntil(20, [anImport]() { return [anImport isFinished] ? true : false; }));
+  ContactsImport *anImport = ImportedThroughController(c, aPath);
+  ASSERT_TRUE([anImport isFinished]);
   // The first summary is dismissed, and the watch sees no alert for a
   // moment (an alert may reuse its panel).
   TolvoRunLoopUntil(5, [first]() { return ContactsAlertsDismissed() > first; });
   TolvoRunLoopUntil(0.5, []() { return false; });
   NSUInteger alerts = ContactsAlertsDismissed();
-  ContactsImport *second = [c importCSVFile: aPath];
-  ASSERT_TRUE(TolvoRunLoopUntil(20, [second]() { return [second isFinished] ? true : false; }));
+  ContactsImport *second = ImportedThroughController(c, aPath);
+  ASSERT_TRUE([second isFinished]);
   TolvoRunLoopUntil(2, [alerts]() { return ContactsAlertsDismissed() >= alerts + 2; });
   EXPECT_EQ(alerts + 2, ContactsAlertsDismissed());   // the question, then the summary
   EXPECT_EQ(2u, [second skippedCount]);
@@ -226,8 +236,8 @@ TEST_F(ContactsTest, ACSVProblemNamesItsLineOfTheFile)
   setWholeGroup(false);
   NSString *aPath = ContactsWriteFile(@"Notes.csv",
     @"Name,Email,Notes\nAnn Lee,ann@example.org,\"two\nlines\"\nBo Berg,,\nCy Cole,ANN@example.org,\n");
-  ContactsImport *anImport = [c importCSVFile: aPath];
-  ASSERT_TRUE(TolvoRunLoopUntil(20, [anImport]() { return [anImport isFinished] ? true : false; }));
+  ContactsImport *anImport = ImportedThroughController(c, aPath);
+  ASSERT_TRUE([anImport isFinished]);
   NSString *aLog = ContactsActivityLog(c);
   EXPECT_EQ(1u, ContactsOccurrences(aLog, @"Notes.csv: line 4 (row 3): no e-mail address; skipped\r"))
     << [aLog UTF8String];
