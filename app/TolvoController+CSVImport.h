@@ -1,13 +1,13 @@
-// Importing people from a spreadsheet's CSV file into a new group named
-// after the file (contacts/CSVImport.h): the menu command, its open panel,
-// and the report at the end, on the status line and in an alert.
+// Importing people from a spreadsheet's CSV file into a group named after
+// the file: the menu command and its open panel. The import itself, its
+// questions and its report are the vCard import's (ContactsImport).
 #import "TolvoController.h"
 
-@class CSVImport;
+@class ContactsImport;
 
 @interface TolvoController (CSVImport)
 // The menu command: asks for a .csv file and imports it.
 - (void) importContactsFromCSV: (id) theSender;
-// Starts importing a file; the import reports back through the run loop.
-- (CSVImport *) importCSVFile: (NSString *) thePath;
+// Starts importing a file (see -importContactsFromFile:intoNewGroup:).
+- (ContactsImport *) importCSVFile: (NSString *) thePath;
 @end

@@ -1,7 +1,9 @@
 // Bringing contacts in from a vCard file: the "Import Contacts..." command
 // and the Contacts window's "Import vCard..." button. The import runs from
 // the run loop with its progress on the status line; an alert at the end
-// says how many people came in and what the cards lacked.
+// says how many people came in and what the cards lacked. A CSV file's
+// import (TolvoController+CSVImport.h) asks and reports through the same
+// methods.
 #import "TolvoController.h"
 
 @class ContactsImport;
@@ -16,4 +18,8 @@
 // shows the new group in the Contacts window and ends with the alert.
 - (ContactsImport *) importContactsFromFile: (NSString *) thePath
                                intoNewGroup: (BOOL) theFlag;
+
+// Any import made elsewhere (a CSV file's), started and reported the same
+// way: the questions, the progress, the summary and its alert.
+- (ContactsImport *) startContactsImport: (ContactsImport *) theImport;
 @end

@@ -5,7 +5,9 @@
 #import "PeoplePickerView.h"
 
 // At most this many of the file's problems are listed in an alert; the
-// rest are counted (and every one is in the activity log).
+// rest are counted (and every one is in the activity log). The same for a
+// vCard and a CSV file: both come in through ContactsImport and report
+// here.
 static const NSUInteger ProblemsShown = 12;
 
 @interface TolvoController (ContactsImportPrivate)
@@ -77,18 +79,25 @@ static const NSUInteger ProblemsShown = 12;
 
 - (void) contactsImportDidProgress: (ContactsImport *) theImport
 {
+  BOOL rows = [theImport format] == TolvoCSVFile;
   [self statusMsg: [NSString stringWithFormat: TolvoLocalizedCString("Importing contacts: %lu of %@..."),
                              (unsigned long)[theImport cardsRead],
-                             TolvoCountInWords([theImport cardCount], "card", "cards")]];
+                             rows ? TolvoCountInWords([theImport cardCount], "row", "rows")
+                                  : TolvoCountInWords([theImport cardCount], "card", "cards")]];
 }
 
+// The summary on the status line and in the alert, every problem in the
+// activity log, the group shown in the Contacts window.
 - (void) contactsImportDidFinish: (ContactsImport *) theImport
 {
   NSString *aFile = [[theImport path] lastPathComponent];
   NSArray *problems = [theImport problems];
   NSString *aCount = TolvoCountInWords([theImport importedCount], "contact", "contacts");
   NSMutableString *aSummary = [NSMutableString string];
-  if ([theImport wasAbandoned])
+  if ([theImport failure] != nil)
+    [aSummary appendFormat: TolvoLocalizedCString("Nothing was imported from %@: %@."), aFile,
+              [theImport failure]];
+  else if ([theImport wasAbandoned])
     [aSummary appendFormat: TolvoLocalizedCString("Imported %@ from %@."), aCount, aFile];
   else if ([theImport group] != nil)
     [aSummary appendFormat: TolvoLocalizedCString("Imported %@ from %@ into the group %@."),
@@ -106,9 +115,15 @@ static const NSUInteger ProblemsShown = 12;
   if ([theImport group] != nil)
     [peoplePickerView selectGroup: [theImport group] byExtendingSelection: NO];
 
-  NSString *aDetail = [problems count] == 0
-    ? TolvoLocalizedCString("Every card had a name and an e-mail address.")
-    : [self _problemList: problems];
+  NSString *aDetail;
+  if ([problems count] > 0)
+    aDetail = [self _problemList: problems];
+  else if ([theImport failure] != nil)
+    aDetail = @"";
+  else if ([theImport format] == TolvoCSVFile)
+    aDetail = TolvoLocalizedCString("Every row had an e-mail address.");
+  else
+    aDetail = TolvoLocalizedCString("Every card had a name and an e-mail address.");
   [self doAlert: aSummary adding: aDetail];
 }
 
@@ -143,12 +158,17 @@ static const NSUInteger ProblemsShown = 12;
   ContactsImport *anImport = AUTORELEASE([[ContactsImport alloc] initWithFile: thePath
                                                                      groupName: aGroup
                                                                    addressBook: [peoplePickerView addressBook]]);
-  [anImport setDelegate: self];
+  return [self startContactsImport: anImport];
+}
+
+- (ContactsImport *) startContactsImport: (ContactsImport *) theImport
+{
+  [theImport setDelegate: self];
   [self statusMsg: [NSString stringWithFormat: TolvoLocalizedCString("Importing contacts from %@..."),
-                             [thePath lastPathComponent]]];
+                             [[theImport path] lastPathComponent]]];
   // The run loop keeps the import alive while it runs.
-  [anImport start];
-  return anImport;
+  [theImport start];
+  return theImport;
 }
 
 @end

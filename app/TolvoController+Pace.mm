@@ -4,6 +4,7 @@
 #import "TolvoController+MailingRun.h"
 #import "TolvoController+Settings.h"
 #import "LocalizedStrings.h"
+#import "RunCompletion.h"
 
 NSString *const TolvoMessagesPerMinuteKey = @"messagesPerMinute";
 
@@ -68,21 +69,7 @@ static const NSTimeInterval TolvoPaceTick = 0.2;
 // finish it: what a session does when the controller has no next Person.
 - (void) _runEndedBetweenMessages
 {
-  if (people == nil)
-    [spinner stopAnimation: self];
-  if (!lastMessageAccepted)
-    return;
-  switch ([self completionAction])
-    {
-      case 1:
-        [NSApp terminate: self];
-        break;
-      case 2:
-        [self reset];
-        break;
-      default:
-        break;
-    }
+  TolvoFinishRun((id<MailingController>)self, lastMessageAccepted);
 }
 
 @end

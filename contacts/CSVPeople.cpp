@@ -1,4 +1,5 @@
 #include "CSVPeople.h"
+#include "TextDecoding.h"
 
 #include <algorithm>
 #include <csv.h>
@@ -83,12 +84,48 @@ void onRowEnd(int, void *theRows)
 
 int isBlank(unsigned char c) { return c == ' '; }
 
+// The line of the file (from 1) where each row begins, rows counted as
+// the reader counts them: a line end outside quotes ends a row, and a row
+// holding nothing but blanks is no row. In a file the reader accepts,
+// every quote opens or closes a quoted field (or is one of a doubled
+// pair), so counting them is enough; after a quote that is never closed
+// the rest of the file is one row.
+std::vector<std::size_t> rowLines(const std::string &text)
+{
+  std::vector<std::size_t> lines;
+  std::size_t line = 1;
+  bool quoted = false;
+  bool inRow = false;
+  for (std::size_t i = 0; i < text.size(); i++)
+    {
+      char c = text[i];
+      bool lineEnd = c == '\n' || c == '\r';
+      if (lineEnd)
+        {
+          if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n')
+            i++;
+          line++;
+          if (!quoted)
+            inRow = false;
+          continue;
+        }
+      if (!inRow && c != ' ')
+        {
+          inRow = true;
+          lines.push_back(line);
+        }
+      if (c == '"')
+        quoted = !quoted;
+    }
+  return lines;
+}
+
 } // namespace
 
-CSVPeople readCSVPeople(const std::string &utf8Text)
+CSVPeople readCSVPeople(std::string_view theFile)
 {
   CSVPeople result;
-  std::string text = utf8Text.compare(0, 3, "\xEF\xBB\xBF") == 0 ? utf8Text.substr(3) : utf8Text;
+  std::string text = decodeTextFile(theFile);
   result.separator = guessSeparator(text);
 
   struct csv_parser parser;
@@ -104,10 +141,14 @@ CSVPeople readCSVPeople(const std::string &utf8Text)
   Rows rows;
   bool broken = csv_parse(&parser, text.data(), text.size(), onField, onRowEnd, &rows) != text.size()
     || csv_fini(&parser, onField, onRowEnd, &rows) != 0;
+  std::vector<std::size_t> lines = rowLines(text);
+  auto lineOfRow = [&lines](std::size_t theIndex) { return theIndex < lines.size() ? lines[theIndex] : 0; };
   if (broken)
     {
       // The row that could not be read is the one after the last whole row.
-      result.failure = "row " + std::to_string(rows.rows.size() + 1) + " cannot be read: " +
+      std::size_t aRow = rows.rows.size() + 1;
+      result.failure = "line " + std::to_string(lineOfRow(aRow - 1)) + " (row " + std::to_string(aRow) +
+        ") cannot be read: " +
         (csv_error(&parser) == CSV_EPARSE ? std::string("a quote is not closed, or stray text follows one")
                                           : std::string(csv_strerror(csv_error(&parser))));
       csv_free(&parser);
@@ -133,29 +174,30 @@ CSVPeople readCSVPeople(const std::string &utf8Text)
       return result;
     }
 
-  std::map<std::string, unsigned long> seen;   // lower-cased address -> row
+  std::map<std::string, std::size_t> seen;   // lower-cased address -> row
   for (std::size_t r = 1; r < rows.rows.size(); r++)
     {
       const std::vector<std::string> &fields = rows.rows[r];
-      unsigned long rowNumber = (unsigned long)r + 1;
-      CSVPerson person;
-      person.row = rowNumber;
-      std::string fullName;
+      ContactRecord person;
+      person.number = r + 1;
+      person.line = lineOfRow(r);
+      std::string email;
       bool blank = true;
       for (std::size_t c = 0; c < fields.size(); c++)
         {
           std::string value = trimmed(fields[c]);
           blank = blank && value.empty();
           Column column = c < columns.size() ? columns[c] : Column::Ignored;
-          std::string *target = column == Column::Email ? &person.email
+          std::string *target = column == Column::Email ? &email
             : column == Column::First ? &person.firstName
             : column == Column::Last ? &person.lastName
-            : column == Column::Full ? &fullName : nullptr;
+            : column == Column::Full ? &person.formattedName : nullptr;
           if (target != nullptr && target->empty())
             *target = value;
         }
       if (blank)
         continue;
+      const std::string &fullName = person.formattedName;
       if (!fullName.empty() && person.firstName.empty() && person.lastName.empty())
         {
           std::size_t space = fullName.find_last_of(' ');
@@ -167,22 +209,26 @@ CSVPeople readCSVPeople(const std::string &utf8Text)
               person.lastName = fullName.substr(space + 1);
             }
         }
-      if (person.email.empty())
+      if (email.empty())
         {
-          result.problems.push_back("row " + std::to_string(rowNumber) + ": no e-mail address; skipped");
+          result.problems.push_back(ImportProblem{ImportProblem::NoAddress, person.line, 0, std::string(),
+                                                  person.number});
           continue;
         }
-      std::string key = person.email;
+      std::string key = email;
       std::transform(key.begin(), key.end(), key.begin(),
                      [](unsigned char c) { return (char)std::tolower(c); });
       auto earlier = seen.find(key);
       if (earlier != seen.end())
         {
-          result.problems.push_back("row " + std::to_string(rowNumber) + ": the same e-mail address as row " +
-                                    std::to_string(earlier->second) + "; skipped");
+          result.problems.push_back(ImportProblem{ImportProblem::SameAddress, person.line, earlier->second,
+                                                  std::string(), person.number});
           continue;
         }
-      seen.emplace(key, rowNumber);
+      seen.emplace(key, person.number);
+      ContactEmail anEmail;
+      anEmail.address = email;
+      person.emails.push_back(anEmail);
       result.people.push_back(std::move(person));
     }
   return result;

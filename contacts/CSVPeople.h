@@ -15,37 +15,37 @@
 //     A full name fills what the first and last name columns leave empty:
 //     its last word is the last name, the words before it the first name.
 //
-// Rows are numbered as the spreadsheet shows them: the header is row 1.
-// Blank rows are passed over. What a row lacks is reported and the row is
-// not taken:
-//   "row 5: no e-mail address; skipped"
-//   "row 9: the same e-mail address as row 3; skipped"
-// A file that cannot be read as a whole (a quote never closed, no header,
-// no e-mail column) gives a failure and no people at all.
+// Rows are numbered as the spreadsheet shows them: the header is row 1. A
+// row also has the line of the file where it begins, which differs from
+// its number after a quoted line break. Blank rows are passed over. What a
+// row lacks is reported (an ImportProblem with its line and row) and the
+// row is not taken: a row without an e-mail address (NoAddress), a row
+// with an address an earlier row has (SameAddress, `other` the earlier
+// row). A file that cannot be read as a whole (a quote never closed, no
+// header, no e-mail column) gives a failure and no people at all.
 //
-// Plain C++: nothing thrown. The text is UTF-8; a byte-order mark at its
-// start is passed over.
+// Plain C++: nothing thrown. The file's bytes are decoded as every import
+// decodes them (TextDecoding.h: byte-order mark, else UTF-8, else
+// Windows-1252).
 #pragma once
 
+#include "ContactRecord.h"
+
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tolvo {
 
-struct CSVPerson {
-  unsigned long row = 0;
-  std::string firstName;
-  std::string lastName;
-  std::string email;
-};
-
 struct CSVPeople {
-  std::vector<CSVPerson> people;
-  std::vector<std::string> problems;   // rows not taken, in row order
-  std::string failure;                 // why nothing can be taken; "" when read
+  // One record a row taken: `number` is the row, `line` where it begins;
+  // one address; the full name, when a column gives one, as formattedName.
+  std::vector<ContactRecord> people;
+  std::vector<ImportProblem> problems;   // rows not taken, in row order
+  std::string failure;                   // why nothing can be taken; "" when read
   char separator = ',';
 };
 
-CSVPeople readCSVPeople(const std::string &utf8Text);
+CSVPeople readCSVPeople(std::string_view theFile);
 
 } // namespace tolvo

@@ -1,7 +1,8 @@
 // What an import reads out of another address book's export, whatever its
 // format: one record per person, the problems found on the way, each with
-// the line of the file it is about. Plain C++; the import (ContactsImport)
-// turns records into the address book's people.
+// the line of the file it is about. The vCard reader (VCardReader.h) and
+// the CSV reader (CSVPeople.h) both give these. Plain C++; the import
+// (ContactsImport) turns records into the address book's people.
 #pragma once
 
 #include <cstddef>
@@ -38,8 +39,9 @@ struct ContactRecord
   std::size_t preferredEmail() const;
 };
 
-// Something wrong with the file itself, at a line. A file with such a
-// problem is broken: the import keeps its good records only when asked to.
+// Something wrong with the file, at a line. A file with a problem that
+// breaksFile() is broken: the import keeps its good records only when
+// asked to. The others leave a record out, or read it as well as they can.
 struct ImportProblem
 {
   enum Kind
@@ -47,12 +49,15 @@ struct ImportProblem
     BeginInsideCard,   // a new record began before the open one ended; `other` is the open one's line
     CutShort,          // the file ends inside a record, which is left out
     UnknownCharset,    // a character set the reader does not know; `detail` names it
+    NoAddress,         // record `number` has no e-mail address and is left out
+    SameAddress,       // record `number` has the address of record `other` and is left out
   };
   Kind kind;
   std::size_t line = 0;
   std::size_t other = 0;
   std::string detail;
-  bool breaksFile() const { return kind != UnknownCharset; }
+  std::size_t number = 0;   // the record it is about (card or row), where it is about one
+  bool breaksFile() const { return kind == BeginInsideCard || kind == CutShort; }
 };
 
 } // namespace tolvo

@@ -1,15 +1,22 @@
-// Bringing contacts in: the cards of a vCard file (.vcf; one or many cards;
-// versions 2.1, 3.0 and 4.0) become person records of the address book,
-// optionally also the members of a group named after the file, in the
-// file's order.
+// Bringing contacts in from another address book's export or a
+// spreadsheet: the cards of a vCard file (.vcf; one or many cards; versions
+// 2.1, 3.0 and 4.0) or the rows of a CSV file (CSVPeople.h) become person
+// records of the address book, optionally also the members of a group
+// named after the file (always, for a CSV file), in the file's order. Both
+// kinds of file are read into ContactRecords and go the same way from
+// there.
 //
 // The import reads the whole file first, then writes. So nothing is
 // half-imported: a file that is broken (a card cut off at the end, a card
 // without its END:VCARD) writes nothing unless the delegate answers that
-// the good cards are to be kept; and people already in the group (same
-// name and address; with no group, already in the book) are skipped unless
-// the delegate answers otherwise. An existing group of the file's name is
-// filled rather than a second group of that name made.
+// the good cards are to be kept; a CSV file that cannot be read (a quote
+// never closed, no e-mail column, no one to import) writes nothing and
+// -failure says why; should the address book refuse a record half way,
+// everything this import added is taken out again and -failure says so.
+// People already in the group (same name and address; with no group,
+// already in the book) are skipped unless the delegate answers otherwise.
+// An existing group of the file's name is filled rather than a second
+// group of that name made.
 //
 // Each person's e-mail addresses are stored with the preferred one (PREF)
 // first and as the multi-value's primary identifier; the book does not keep
@@ -23,6 +30,8 @@
 //   "line 25 (card 5): no name and no e-mail address; skipped"
 //   "line 31: a new card begins before the END:VCARD of the card on line 25; that card ends here"
 //   "line 40: the file ends inside the card that begins here; it is left out"
+//   "line 7 (row 6): no e-mail address; skipped"
+//   "line 9 (row 8): the same e-mail address as row 3; skipped"
 //
 // The writing runs in short slices from the run loop (in the default, modal
 // and event-tracking modes), so a window stays responsive through ten
@@ -49,13 +58,23 @@
 - (void) contactsImportDidFinish: (ContactsImport *) theImport;
 @end
 
+// What the file holds.
+typedef enum
+{
+  TolvoVCardFile,
+  TolvoCSVFile
+} TolvoContactsFormat;
+
 @interface ContactsImport : NSObject
 {
   ADAddressBook *addressBook;
+  TolvoContactsFormat format;
   NSString *path;
   NSString *groupName;
   void *records;             // std::vector<tolvo::ContactRecord>, owned
   NSMutableArray *problems;
+  NSString *failure;
+  NSMutableArray *added;     // the records stored, for taking them out again
   NSMutableIndexSet *alreadyThere;  // indexes into records
   ADGroup *group;
   BOOL groupIsNew;
@@ -81,10 +100,18 @@
 // ("/tmp/Team A.vcf" -> "Team A").
 + (NSString *) groupNameForFile: (NSString *) thePath;
 
-// theGroupName nil: no group. theBook nil: TolvoUserAddressBook().
+// A vCard file. theGroupName nil: no group. theBook nil:
+// TolvoUserAddressBook().
 - (id) initWithFile: (NSString *) thePath
           groupName: (NSString *) theGroupName
         addressBook: (ADAddressBook *) theBook;
+// Any kind of file.
+- (id) initWithFile: (NSString *) thePath
+             format: (TolvoContactsFormat) theFormat
+          groupName: (NSString *) theGroupName
+        addressBook: (ADAddressBook *) theBook;
+// A CSV file, into the group named after it.
+- (id) initWithCSVFile: (NSString *) thePath addressBook: (ADAddressBook *) theBook;
 
 - (void) setDelegate: (id) theDelegate;
 // The answers taken when the delegate does not give them.
@@ -100,11 +127,15 @@
 - (void) runToEnd;
 
 - (BOOL) isFinished;
+- (TolvoContactsFormat) format;
+// Why nothing was imported (the file cannot be read as a whole, or the
+// book refused a record), or nil.
+- (NSString *) failure;
 - (NSUInteger) importedCount;     // person records added
 - (NSUInteger) skippedCount;      // people already there, skipped
 - (NSUInteger) alreadyThereCount; // people of the file already there
-- (NSUInteger) cardsRead;         // cards written or skipped so far
-- (NSUInteger) cardCount;         // cards in the file that can be imported
+- (NSUInteger) cardsRead;         // cards (rows) written or skipped so far
+- (NSUInteger) cardCount;         // cards (rows) in the file that can be imported
 - (BOOL) isBroken;                // a card was cut off or lacked its END:VCARD
 - (BOOL) wasAbandoned;            // broken, and the good cards were not kept
 - (NSArray *) problems;           // strings, in the file's order

@@ -4,22 +4,18 @@
 #import "UserAddressBook.h"
 #import <AppKit/AppKit.h>
 #import <Addresses/Addresses.h>
-#include "ContactRecord.h"
-#include "VCardReader.h"
+#import "ContactsImport+Reading.h"
 
-#include <vector>
-
-typedef std::vector<tolvo::ContactRecord> Records;
+typedef ContactsImportRecords Records;
 
 @interface ContactsImport (Private)
 - (Records &) _records;
 - (void) _problem: (NSString *) theText;
-- (void) _readFile;
-- (void) _reportRecord: (const tolvo::ContactRecord &) theRecord;
 - (void) _findPeopleAlreadyThere;
 - (BOOL) _decide;
 - (BOOL) _makeGroup;
 - (BOOL) _importNextRecord;
+- (void) _takeEverythingOut: (NSString *) theReason;
 - (void) _slice;
 - (void) _scheduleSlice;
 - (void) _finish;
@@ -30,15 +26,6 @@ typedef std::vector<tolvo::ContactRecord> Records;
 // is enough to see it move without filling the log.
 static const NSTimeInterval ProgressInterval = 0.5;
 
-static NSString *StringFrom(const std::string &theText)
-{
-  // The reader hands over UTF-8 only.
-  NSString *aString = [[NSString alloc] initWithBytes: theText.data()
-                                               length: theText.size()
-                                             encoding: NSUTF8StringEncoding];
-  return AUTORELEASE(aString);
-}
-
 static NSString *Localized(const char *theFormat)
 {
   return TolvoLocalizedCString(theFormat);
@@ -48,12 +35,12 @@ static NSString *Localized(const char *theFormat)
 static NSString *RecordName(const tolvo::ContactRecord &theRecord)
 {
   if (!theRecord.firstName.empty() && !theRecord.lastName.empty())
-    return StringFrom(theRecord.firstName + " " + theRecord.lastName);
+    return TolvoStringFromUTF8(theRecord.firstName + " " + theRecord.lastName);
   if (!theRecord.firstName.empty() || !theRecord.lastName.empty())
-    return StringFrom(theRecord.firstName + theRecord.lastName);
+    return TolvoStringFromUTF8(theRecord.firstName + theRecord.lastName);
   if (!theRecord.formattedName.empty())
-    return StringFrom(theRecord.formattedName);
-  return theRecord.organization.empty() ? nil : StringFrom(theRecord.organization);
+    return TolvoStringFromUTF8(theRecord.formattedName);
+  return theRecord.organization.empty() ? nil : TolvoStringFromUTF8(theRecord.organization);
 }
 
 // Same name and address: what makes two records the same person here.
@@ -85,84 +72,6 @@ NSString *TolvoCountInWords(NSUInteger theCount, const char *theSingular, const 
   [problems addObject: theText];
 }
 
-// A card's own problems, reported when the file is read.
-- (void) _reportRecord: (const tolvo::ContactRecord &) theRecord
-{
-  bool hasName = theRecord.hasName();
-  bool hasEmail = !theRecord.emails.empty();
-  const char *aFormat = NULL;
-  if (!hasName && !hasEmail)
-    aFormat = "line %lu (card %lu): no name and no e-mail address; skipped";
-  else if (!hasName)
-    aFormat = "line %lu (card %lu): no name";
-  else if (!hasEmail)
-    aFormat = "line %lu (card %lu): no e-mail address";
-  if (aFormat != NULL)
-    [self _problem: [NSString stringWithFormat: Localized(aFormat), (unsigned long)theRecord.line,
-                              (unsigned long)theRecord.number]];
-}
-
-// The whole file, read before anything is written. UTF-16 files (with a
-// byte-order mark) are turned into UTF-8 first; anything else goes to the
-// reader as it is, which decodes each value once.
-- (void) _readFile
-{
-  NSData *aFile = [NSData dataWithContentsOfFile: path];
-  if (aFile == nil)
-    {
-      [self _problem: [NSString stringWithFormat: Localized("%@: the file cannot be read"), path]];
-      abandoned = YES;
-      return;
-    }
-  const unsigned char *bytes = (const unsigned char *)[aFile bytes];
-  NSUInteger length = [aFile length];
-  if (length >= 2 && ((bytes[0] == 0xFF && bytes[1] == 0xFE) || (bytes[0] == 0xFE && bytes[1] == 0xFF)))
-    {
-      NSString *aString = AUTORELEASE([[NSString alloc] initWithData: aFile
-                                                            encoding: NSUnicodeStringEncoding]);
-      aFile = aString != nil ? [aString dataUsingEncoding: NSUTF8StringEncoding] : [NSData data];
-    }
-
-  tolvo::VCardReader aReader(std::string_view((const char *)[aFile bytes], [aFile length]));
-  tolvo::ContactRecord aRecord;
-  std::size_t problemsSeen = 0;
-  while (true)
-    {
-      bool more = aReader.next(aRecord);
-      // The file's problems come in the file's order, before the card that
-      // follows them.
-      const std::vector<tolvo::ImportProblem> &found = aReader.problems();
-      for (; problemsSeen < found.size(); problemsSeen++)
-        {
-          const tolvo::ImportProblem &aProblem = found[problemsSeen];
-          if (aProblem.breaksFile())
-            broken = YES;
-          switch (aProblem.kind)
-            {
-            case tolvo::ImportProblem::BeginInsideCard:
-              [self _problem: [NSString stringWithFormat:
-                Localized("line %lu: a new card begins before the END:VCARD of the card on line %lu; that card ends here"),
-                (unsigned long)aProblem.line, (unsigned long)aProblem.other]];
-              break;
-            case tolvo::ImportProblem::CutShort:
-              [self _problem: [NSString stringWithFormat:
-                Localized("line %lu: the file ends inside the card that begins here; it is left out"),
-                (unsigned long)aProblem.line]];
-              break;
-            case tolvo::ImportProblem::UnknownCharset:
-              [self _problem: [NSString stringWithFormat:
-                Localized("line %lu: unknown character set %@; read as the rest of the file"),
-                (unsigned long)aProblem.line, StringFrom(aProblem.detail)]];
-              break;
-            }
-        }
-      if (!more)
-        break;
-      [self _reportRecord: aRecord];
-      [self _records].push_back(aRecord);
-    }
-}
-
 // The people of the file that the group (or, with no group, the book)
 // already holds.
 - (void) _findPeopleAlreadyThere
@@ -188,7 +97,7 @@ NSString *TolvoCountInWords(NSUInteger theCount, const char *theSingular, const 
   for (std::size_t i = 0; i < all.size(); i++)
     {
       std::size_t preferred = all[i].preferredEmail();
-      NSString *anAddress = preferred < all[i].emails.size() ? StringFrom(all[i].emails[preferred].address) : nil;
+      NSString *anAddress = preferred < all[i].emails.size() ? TolvoStringFromUTF8(all[i].emails[preferred].address) : nil;
       if ([keys containsObject: PersonKey(RecordName(all[i]), anAddress)])
         [alreadyThere addIndex: i];
     }
@@ -254,13 +163,13 @@ NSString *TolvoCountInWords(NSUInteger theCount, const char *theSingular, const 
 
   ADPerson *aPerson = AUTORELEASE([[ADPerson alloc] init]);
   if (!aCard.firstName.empty())
-    [aPerson setValue: StringFrom(aCard.firstName) forProperty: ADFirstNameProperty];
+    [aPerson setValue: TolvoStringFromUTF8(aCard.firstName) forProperty: ADFirstNameProperty];
   if (!aCard.lastName.empty())
-    [aPerson setValue: StringFrom(aCard.lastName) forProperty: ADLastNameProperty];
+    [aPerson setValue: TolvoStringFromUTF8(aCard.lastName) forProperty: ADLastNameProperty];
   if (!aCard.formattedName.empty())
-    [aPerson setValue: StringFrom(aCard.formattedName) forProperty: ADFormattedNameProperty];
+    [aPerson setValue: TolvoStringFromUTF8(aCard.formattedName) forProperty: ADFormattedNameProperty];
   if (!aCard.organization.empty())
-    [aPerson setValue: StringFrom(aCard.organization) forProperty: ADOrganizationProperty];
+    [aPerson setValue: TolvoStringFromUTF8(aCard.organization) forProperty: ADOrganizationProperty];
   if (!aCard.emails.empty())
     {
       ADMutableMultiValue *addresses =
@@ -275,7 +184,7 @@ NSString *TolvoCountInWords(NSUInteger theCount, const char *theSingular, const 
               if ((pass == 0) != (i == preferred))
                 continue;
               const tolvo::ContactEmail &anEmail = aCard.emails[i];
-              NSString *anId = [addresses addValue: StringFrom(anEmail.address)
+              NSString *anId = [addresses addValue: TolvoStringFromUTF8(anEmail.address)
                                          withLabel: anEmail.home ? ADEmailHomeLabel : ADEmailWorkLabel];
               if (pass == 0)
                 [addresses setPrimaryIdentifier: anId];
@@ -283,16 +192,41 @@ NSString *TolvoCountInWords(NSUInteger theCount, const char *theSingular, const 
         }
       [aPerson setValue: addresses forProperty: ADEmailProperty];
     }
-  if ([addressBook addRecord: aPerson])
+  if (![addressBook addRecord: aPerson])
     {
-      importedCount++;
-      if (group != nil)
-        [group addMember: aPerson];
+      [self _takeEverythingOut: [NSString stringWithFormat:
+        Localized("the address book refused the person on line %lu, so nothing was imported"),
+        (unsigned long)aCard.line]];
+      return NO;
     }
-  else
-    [self _problem: [NSString stringWithFormat: Localized("line %lu (card %lu): the address book refused it"),
-                              (unsigned long)aCard.line, (unsigned long)aCard.number]];
+  importedCount++;
+  [added addObject: aPerson];
+  if (group != nil)
+    [group addMember: aPerson];
   return YES;
+}
+
+// Nothing half-imported: every record this import added goes, and the
+// group too if it made it.
+- (void) _takeEverythingOut: (NSString *) theReason
+{
+  for (NSUInteger i = 0; i < [added count]; i++)
+    {
+      ADPerson *aPerson = [added objectAtIndex: i];
+      if (group != nil)
+        [group removeMember: aPerson];
+      [addressBook removeRecord: aPerson];
+    }
+  if (group != nil && groupIsNew)
+    {
+      [addressBook removeRecord: group];
+      DESTROY(group);
+      groupIsNew = NO;
+    }
+  [addressBook save];
+  [added removeAllObjects];
+  importedCount = 0;
+  ASSIGN(failure, theReason);
 }
 
 - (void) _slice
@@ -384,13 +318,29 @@ NSString *TolvoCountInWords(NSUInteger theCount, const char *theSingular, const 
           groupName: (NSString *) theGroupName
         addressBook: (ADAddressBook *) theBook
 {
+  return [self initWithFile: thePath format: TolvoVCardFile groupName: theGroupName addressBook: theBook];
+}
+
+- (id) initWithCSVFile: (NSString *) thePath addressBook: (ADAddressBook *) theBook
+{
+  return [self initWithFile: thePath format: TolvoCSVFile
+                  groupName: [ContactsImport groupNameForFile: thePath] addressBook: theBook];
+}
+
+- (id) initWithFile: (NSString *) thePath
+             format: (TolvoContactsFormat) theFormat
+          groupName: (NSString *) theGroupName
+        addressBook: (ADAddressBook *) theBook
+{
   self = [super init];
   if (self == nil)
     return nil;
+  format = theFormat;
   ASSIGN(path, thePath);
   ASSIGN(groupName, theGroupName);
   ASSIGN(addressBook, theBook != nil ? theBook : TolvoUserAddressBook());
   problems = [[NSMutableArray alloc] init];
+  added = [[NSMutableArray alloc] init];
   alreadyThere = [[NSMutableIndexSet alloc] init];
   records = new Records();
   skipsPeopleAlreadyThere = YES;
@@ -406,6 +356,8 @@ NSString *TolvoCountInWords(NSUInteger theCount, const char *theSingular, const 
   RELEASE(groupName);
   RELEASE(group);
   RELEASE(problems);
+  RELEASE(failure);
+  RELEASE(added);
   RELEASE(alreadyThere);
   [super dealloc];
 }
@@ -431,6 +383,8 @@ NSString *TolvoCountInWords(NSUInteger theCount, const char *theSingular, const 
 }
 
 - (BOOL) isFinished { return finished; }
+- (TolvoContactsFormat) format { return format; }
+- (NSString *) failure { return failure; }
 - (NSUInteger) importedCount { return importedCount; }
 - (NSUInteger) skippedCount { return skippedCount; }
 - (NSUInteger) alreadyThereCount { return [alreadyThere count]; }

@@ -1,4 +1,5 @@
 #include "VCardReader.h"
+#include "TextDecoding.h"
 
 #include <cctype>
 #include <cstdlib>
@@ -157,39 +158,6 @@ std::string decodeQuotedPrintable(std::string_view theText)
   return result;
 }
 
-// The code points of 0x80-0x9F in Windows-1252; 0 where it has none
-// (those bytes are then read as ISO 8859-1 reads them).
-const unsigned short Windows1252High[32] = {
-  0x20AC, 0, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0, 0x017D, 0,
-  0, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0, 0x017E, 0x0178,
-};
-
-void appendUTF8(std::string &theText, unsigned theCodePoint)
-{
-  if (theCodePoint < 0x80)
-    theText.push_back(static_cast<char>(theCodePoint));
-  else if (theCodePoint < 0x800)
-    {
-      theText.push_back(static_cast<char>(0xC0 | (theCodePoint >> 6)));
-      theText.push_back(static_cast<char>(0x80 | (theCodePoint & 0x3F)));
-    }
-  else
-    {
-      theText.push_back(static_cast<char>(0xE0 | (theCodePoint >> 12)));
-      theText.push_back(static_cast<char>(0x80 | ((theCodePoint >> 6) & 0x3F)));
-      theText.push_back(static_cast<char>(0x80 | (theCodePoint & 0x3F)));
-    }
-}
-
-std::string latin1ToUTF8(std::string_view theText)
-{
-  std::string result;
-  result.reserve(theText.size() + theText.size() / 4);
-  for (char c : theText)
-    appendUTF8(result, static_cast<unsigned char>(c));
-  return result;
-}
-
 // RFC 6350 3.4: "\\", "\,", "\;" and "\n" (or "\N") in a text value.
 std::string unescape(std::string_view theText)
 {
@@ -242,60 +210,6 @@ void nameFromFormattedName(VCard &theCard)
 
 } // namespace
 
-std::string windows1252ToUTF8(std::string_view theText)
-{
-  std::string result;
-  result.reserve(theText.size() + theText.size() / 4);
-  for (char c : theText)
-    {
-      unsigned char byte = static_cast<unsigned char>(c);
-      unsigned aCodePoint = byte;
-      if (byte >= 0x80 && byte < 0xA0 && Windows1252High[byte - 0x80] != 0)
-        aCodePoint = Windows1252High[byte - 0x80];
-      appendUTF8(result, aCodePoint);
-    }
-  return result;
-}
-
-bool isValidUTF8(std::string_view theText)
-{
-  std::size_t i = 0;
-  while (i < theText.size())
-    {
-      unsigned char c = static_cast<unsigned char>(theText[i]);
-      std::size_t more;
-      unsigned aCodePoint;
-      if (c < 0x80)
-        {
-          i++;
-          continue;
-        }
-      else if (c >= 0xC2 && c <= 0xDF)
-        more = 1, aCodePoint = c & 0x1F;
-      else if (c >= 0xE0 && c <= 0xEF)
-        more = 2, aCodePoint = c & 0x0F;
-      else if (c >= 0xF0 && c <= 0xF4)
-        more = 3, aCodePoint = c & 0x07;
-      else
-        return false;
-      if (i + more >= theText.size())
-        return false;
-      for (std::size_t k = 1; k <= more; k++)
-        {
-          unsigned char next = static_cast<unsigned char>(theText[i + k]);
-          if ((next & 0xC0) != 0x80)
-            return false;
-          aCodePoint = (aCodePoint << 6) | (next & 0x3F);
-        }
-      // Over-long forms, surrogates and code points past U+10FFFF.
-      if ((more == 2 && aCodePoint < 0x800) || (more == 3 && (aCodePoint < 0x10000 || aCodePoint > 0x10FFFF))
-          || (aCodePoint >= 0xD800 && aCodePoint <= 0xDFFF))
-        return false;
-      i += more + 1;
-    }
-  return true;
-}
-
 std::string decodeVCardBytes(const VCardProperty &theProperty, bool theFileIsUTF8, bool *theKnown)
 {
   std::string aValue = theProperty.value;
@@ -309,7 +223,7 @@ std::string decodeVCardBytes(const VCardProperty &theProperty, bool theFileIsUTF
   if (aCharset == "WINDOWS-1252" || aCharset == "CP1252" || aCharset == "ANSI_X3.4-1968")
     return windows1252ToUTF8(aValue);
   if (aCharset == "UTF-8" || aCharset == "UTF8" || aCharset == "US-ASCII" || aCharset == "ASCII")
-    return isValidUTF8(aValue) ? aValue : windows1252ToUTF8(aValue);
+    return utf8OrWindows1252(aValue);
   if (!aCharset.empty() && theKnown != nullptr)
     *theKnown = false;
   return theFileIsUTF8 ? aValue : windows1252ToUTF8(aValue);
@@ -375,13 +289,12 @@ std::vector<std::string> splitVCardStructured(std::string_view theValue)
 }
 
 
-VCardReader::VCardReader(std::string_view theText) : text_(theText)
+VCardReader::VCardReader(std::string_view theText) : text_(withoutByteOrderMark(theText))
 {
-  if (text_.size() >= 3 && text_.substr(0, 3) == "\xEF\xBB\xBF")
-    start_ = 3;
   // The file's own character set: UTF-8 unless a value without a CHARSET
-  // of its own is not valid UTF-8.
-  offset_ = start_;
+  // of its own is not valid UTF-8. The values are looked at rather than
+  // the whole text: a 2.1 file's quoted-printable values hide their bytes.
+  offset_ = 0;
   std::string aLine;
   std::size_t aNumber;
   while (utf8_ && nextLogicalLine(aLine, aNumber))
@@ -394,7 +307,7 @@ VCardReader::VCardReader(std::string_view theText) : text_(theText)
           utf8_ = isValidUTF8(aValue);
         }
     }
-  offset_ = start_;
+  offset_ = 0;
   line_ = 0;
 }
 
@@ -411,7 +324,7 @@ bool VCardReader::nextLogicalLine(std::string &theLine, std::size_t &theLineNumb
       std::size_t end = text_.find_first_of("\r\n", offset_);
       if (end == std::string_view::npos)
         end = text_.size();
-      std::string_view physical = text_.substr(offset_, end - offset_);
+      std::string_view physical = std::string_view(text_).substr(offset_, end - offset_);
       std::size_t after = end;
       if (after < text_.size() && text_[after] == '\r')
         after++;

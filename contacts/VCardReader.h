@@ -11,7 +11,8 @@
 // Every value is decoded exactly once: quoted-printable undone, then its
 // bytes read in the property's CHARSET, or without one in the file's own
 // character set: UTF-8 when every value without a CHARSET is valid UTF-8,
-// otherwise Windows-1252 for the whole file (an Outlook 2.1 export).
+// otherwise Windows-1252 for the whole file (an Outlook 2.1 export). The
+// conversions themselves are the ones every import uses (TextDecoding.h).
 //
 // What is wrong with the file is reported with its line (problems()):
 //   - BEGIN:VCARD inside an open card ends the open card there (except
@@ -46,8 +47,8 @@ bool parseVCardProperty(std::string_view theLine, VCardProperty &theProperty);
 class VCardReader
 {
 public:
-  // theText: the file's bytes (a leading UTF-8 byte-order mark is skipped).
-  // The reader keeps a view of the text: the text must outlive it.
+  // theText: the file's bytes. A byte-order mark is dealt with as every
+  // import does (TextDecoding.h): a UTF-8 mark skipped, UTF-16 converted.
   explicit VCardReader(std::string_view theText);
 
   // The next card into theCard; false when no card is left.
@@ -67,8 +68,7 @@ private:
   bool nextLogicalLine(std::string &theLine, std::size_t &theLineNumber);
   std::string decode(const VCardProperty &theProperty, std::size_t theLine);
 
-  std::string_view text_;
-  std::size_t start_ = 0;         // after the byte-order mark
+  std::string text_;              // without its byte-order mark
   std::size_t offset_ = 0;
   std::size_t line_ = 0;          // physical lines read so far
   std::size_t cardsRead_ = 0;
@@ -88,10 +88,5 @@ std::string decodeVCardValue(const VCardProperty &theProperty, bool theFileIsUTF
 
 // Splits a structured value (N, ORG) at unescaped ';' and unescapes each part.
 std::vector<std::string> splitVCardStructured(std::string_view theValue);
-
-// Windows-1252 text (ISO 8859-1 with printable characters at 0x80-0x9F)
-// in UTF-8; and whether a text is valid UTF-8.
-std::string windows1252ToUTF8(std::string_view theText);
-bool isValidUTF8(std::string_view theText);
 
 } // namespace tolvo

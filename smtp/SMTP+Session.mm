@@ -10,6 +10,7 @@
 #import "SMTP+Private.h"
 #import "GuardedSMTP.h"
 #import "LocalizedStrings.h"
+#import "RunCompletion.h"
 #import "ServerCertificate.h"
 #import <Pantomime/CWDNSManager.h>
 #import <Pantomime/CWSMTP.h>
@@ -146,21 +147,7 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
   BOOL interrupted = NO;
   if ([self _nextMemberStarted: &interrupted] || interrupted)
     return;
-  if ([_controller getPeople] == nil)
-    [[_controller getSpinner] stopAnimation: self];
-  if (!succeeded)
-    return;
-  switch ([_controller completionAction])
-    {
-      case 1:
-        [NSApp terminate: self];
-        break;
-      case 2:
-        [_controller reset];
-        break;
-      default:
-        break;
-    }
+  TolvoFinishRun(_controller, succeeded);
 }
 
 - (BOOL) _credentialsFitMechanism: (int) theMechanism

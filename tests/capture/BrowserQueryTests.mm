@@ -1,14 +1,13 @@
 // The From Browser button: which browsers are asked and how, against
 // stand-in browsers that the tests start on their own display (a window
 // with the browser's process name and, for Chromium, a DevTools endpoint on
-// loopback); the scripts run through NSStringExtensions; the process list.
+// loopback); the scripts run through NSStringExtensions.
 #import <AppKit/AppKit.h>
 #include <gtest/gtest.h>
 
 #import "ApplicationWindows.h"
 #import "FrontBrowserQuery.h"
 #import "NSString+Scripting.h"
-#import "ProcessList.h"
 #import "RecordedAlerts.h"
 #import "TestPageServer.h"
 #import "TestSupport.h"
@@ -33,31 +32,6 @@
 @end
 
 namespace {
-
-TEST(ProcessList, FindsAChildProcessByItsExecutableName)
-{
-  NSTask *aTask = AUTORELEASE([[NSTask alloc] init]);
-  [aTask setLaunchPath: @"/bin/sleep"];
-  [aTask setArguments: [NSArray arrayWithObject: @"30"]];
-  [aTask launch];
-  EXPECT_TRUE(isExecutableRunning(@"sleep"));
-  kill([aTask processIdentifier], SIGKILL);
-  [aTask waitUntilExit];
-}
-
-TEST(ProcessList, FindsALongNameThatTheCommandNameCutsShort)
-{
-  // This program's name is longer than the 15 characters of comm; its
-  // first argument still names it in full.
-  NSString *aName = [[[NSProcessInfo processInfo] arguments] objectAtIndex: 0];
-  EXPECT_TRUE([runningExecutableNames() containsObject: [aName lastPathComponent]]);
-}
-
-TEST(ProcessList, AnUnknownNameIsNotRunning)
-{
-  EXPECT_FALSE(isExecutableRunning(@"tolvo-no-such-program"));
-  EXPECT_FALSE(isExecutableRunning(@""));
-}
 
 TEST(RunScript, TheOutputIsTheResultWithoutTheFinalLineEnd)
 {

@@ -1,5 +1,6 @@
 // The vCard reader on its own: what it takes out of the cards that other
 // address books write.
+#include "TextDecoding.h"
 #include "VCardReader.h"
 #include <gtest/gtest.h>
 
@@ -210,4 +211,20 @@ TEST(VCardReader, Windows1252HasTheCharactersOfItsOwnAt0x80To0x9F)
   EXPECT_FALSE(tolvo::isValidUTF8("M\xFCller"));
   EXPECT_FALSE(tolvo::isValidUTF8("\xC3"));
   EXPECT_FALSE(tolvo::isValidUTF8("\xC0\xAF"));  // over-long "/"
+}
+
+// Guards against UTF-16 being known to one import only: the vCard reader
+// takes a byte-order mark as every import does.
+TEST(VCardReader, AUTF16FileWithItsByteOrderMarkIsRead)
+{
+  std::string aText = "\xFF\xFE";
+  for (char c : std::string("BEGIN:VCARD\r\nN:M\xFC" "ller;Ann\r\nEMAIL:a@x\r\nEND:VCARD\r\n"))
+    {
+      aText.push_back(c);
+      aText.push_back('\0');
+    }
+  auto cards = ReadAll(aText);
+  ASSERT_EQ(1u, cards.size());
+  EXPECT_EQ("M\xC3\xBCller", cards[0].lastName);
+  EXPECT_EQ("a@x", cards[0].emails.at(0).address);
 }

@@ -70,6 +70,23 @@ TEST_F(PaceTest, StopDuringAWaitEndsTheRunAtOnceWithNoFurtherMessage)
   EXPECT_EQ([[controller getPeople] count], 2u);
 }
 
+// A run that Stop ends during a wait ends as one whose last session closed:
+// its last message was accepted, so the completion action applies (here:
+// the form is reset).
+TEST_F(PaceTest, StopDuringAWaitAppliesTheCompletionActionAsTheLastSessionWould)
+{
+  setPreference(@"messagesPerMinute", [NSNumber numberWithInt: 6]);
+  setPreference(@"completionAction", [NSNumber numberWithInt: 2]);
+  ASSERT_TRUE(startServer([NSArray array]));
+  setPeople(3);
+  pressSend();
+  ASSERT_TRUE(TolvoRunLoopUntil(15, [&] { return (bool)[controller isWaitingForPace]; })) << logText();
+  EXPECT_EQ([[[controller subjectField] stringValue] length], 4u);
+  pressSend();   // Stop
+  EXPECT_EQ([[[controller subjectField] stringValue] length], 0u);
+  EXPECT_EQ([server messageCount], 1u);
+}
+
 TEST_F(PaceTest, TheWindowKeepsWorkingWhileARunWaits)
 {
   setPreference(@"messagesPerMinute", [NSNumber numberWithInt: 20]);

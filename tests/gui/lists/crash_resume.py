@@ -162,7 +162,7 @@ try:
     main_window()
     time.sleep(1.5)
     import_csv_group(csv)
-    wait_for("the import", 30, lambda: "Imported 50 people from Fifty.csv into the group Fifty." in log_lines(home))
+    wait_for("the import", 30, lambda: "Imported 50 contacts from Fifty.csv into the group Fifty." in log_lines(home))
     time.sleep(1.0)
     xdo("key", "Return")
     time.sleep(0.5)

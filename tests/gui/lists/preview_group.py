@@ -47,7 +47,7 @@ try:
     left, top, width, height = main_window()
     time.sleep(1.5)
     import_csv_group(csv)
-    wait_for("the import", 20, lambda: "Imported 3 people from Trio.csv into the group Trio." in log_lines(home))
+    wait_for("the import", 20, lambda: "Imported 3 contacts from Trio.csv into the group Trio." in log_lines(home))
     time.sleep(1.0)
     xdo("key", "Return")
     time.sleep(1.0)
