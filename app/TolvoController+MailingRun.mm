@@ -39,7 +39,12 @@
   // "Send"). From a Stop press on, no new message starts.
   BOOL isStop = ![[sendButton title] isEqualToString: TolvoLocalizedCString("Send")];
   if (isStop)
-    stopSending = YES;
+    {
+      stopSending = YES;
+      // A message still waiting for its secure connection has sent
+      // nothing yet: it is not waited for.
+      [SMTP runStopped];
+    }
 
   ASSIGN(webPageOrFileContents, [self getWebPageOrFile]);
 

@@ -1,5 +1,17 @@
 #import "GuardedSMTP.h"
-#import <Pantomime/CWTCPConnection.h>
+#import "TLSConnection.h"
+
+// The library's handler of the server's reply to STARTTLS.
+@interface CWSMTP (TolvoLibraryStartTLS)
+- (void) _parseSTARTTLS;
+@end
+
+@interface GuardedSMTP (Handshake)
+- (void) _beginHandshake;
+- (void) _continueHandshake;
+- (void) _watchForRoomToWrite: (BOOL) theFlag;
+- (void) _stopHandshake;
+@end
 
 // RFC 5321 4.2.1: the last line of a reply has a space (or nothing) after
 // its three digits; the others a hyphen. The end of the first complete
@@ -25,6 +37,7 @@ static NSUInteger endOfFirstReply(NSData *theData)
 
 - (void) dealloc
 {
+  [self _stopHandshake];
   RELEASE(replyToStartTLS);
   RELEASE(lastReplyLine);
   [super dealloc];
@@ -69,9 +82,57 @@ static NSUInteger endOfFirstReply(NSData *theData)
   return lastReplyLine;
 }
 
-// The library answers a 220 to STARTTLS by starting TLS on the connection
-// and sending EHLO: the first write after the STARTTLS command itself. A
-// refusal (454, 502) sends no EHLO and passes through.
+- (void) startHandshake
+{
+  introduceWhenSecured = NO;
+  [self _beginHandshake];
+}
+
+- (BOOL) handshakePending
+{
+  return handshaking;
+}
+
+// The 220 to STARTTLS begins the handshake; EHLO follows once it is done.
+// A refusal (454, 502) goes the library's way.
+- (void) _parseSTARTTLS
+{
+  NSData *aReply = [_responsesFromServer lastObject];
+  if ([aReply length] < 3 || memcmp([aReply bytes], "220", 3) != 0)
+    {
+      [super _parseSTARTTLS];
+      return;
+    }
+  if (silenced || handshaking)
+    return;
+  introduceWhenSecured = YES;
+  [self _beginHandshake];
+}
+
+// The socket's events go to the handshake while it is under way; the
+// library reads and writes nothing meanwhile.
+- (void) receivedEvent: (void *) theData
+                  type: (RunLoopEventType) theType
+                 extra: (void *) theExtra
+               forMode: (NSString *) theMode
+{
+  if (!handshaking)
+    {
+      [super receivedEvent: theData type: theType extra: theExtra forMode: theMode];
+      return;
+    }
+  [self _continueHandshake];
+}
+
+- (void) cancelRequest
+{
+  [self _stopHandshake];
+  [super cancelRequest];
+}
+
+// The first write after the STARTTLS command is the EHLO that follows the
+// handshake: it goes out over TLS or not at all. A refusal (454, 502)
+// sends no EHLO and passes through.
 - (void) writeData: (NSData *) theData
 {
   if (silenced)
@@ -87,6 +148,109 @@ static NSUInteger endOfFirstReply(NSData *theData)
         }
     }
   [super writeData: theData];
+}
+
+@end
+
+@implementation GuardedSMTP (Handshake)
+
+- (void) _beginHandshake
+{
+  // A connection made at once on loopback is reported established before
+  // the service could make it one of its own.
+  [TLSConnection adoptConnection: (CWTCPConnection *)_connection];
+  TLSConnection *aConnection = (TLSConnection *)_connection;
+  if (![aConnection isKindOfClass: [TLSConnection class]] || ![aConnection beginHandshake])
+    {
+      silenced = YES;
+      [_delegate secureConnectionFailed: self];
+      return;
+    }
+  handshaking = YES;
+  // The library's read watcher on the socket (this object) now serves
+  // the handshake; it is set here in case the library has not set it yet.
+  // The library has nothing to write: a write watcher left from the
+  // connection would wake the handshake at every turn while it waits for
+  // the server.
+  NSRunLoop *aLoop = [NSRunLoop currentRunLoop];
+  for (NSString *aMode in _runLoopModes)
+    {
+      [aLoop removeEvent: (void *)(intptr_t)[_connection fd] type: ET_RDESC forMode: aMode all: YES];
+      [aLoop addEvent: (void *)(intptr_t)[_connection fd] type: ET_RDESC watcher: self forMode: aMode];
+      [aLoop removeEvent: (void *)(intptr_t)[_connection fd] type: ET_WDESC forMode: aMode all: YES];
+    }
+  waitingToWrite = NO;
+  // The first step sends the client's hello at once.
+  [self _continueHandshake];
+}
+
+- (void) _continueHandshake
+{
+  if (!handshaking)
+    return;
+  // The delegate may end the session, and with it this object, from the
+  // calls below.
+  AUTORELEASE(RETAIN(self));
+  switch ([(TLSConnection *)_connection continueHandshake])
+    {
+      case TolvoHandshakeWantsRead:
+        [self _watchForRoomToWrite: NO];
+        return;
+      case TolvoHandshakeWantsWrite:
+        [self _watchForRoomToWrite: YES];
+        return;
+      case TolvoHandshakeFailed:
+        [self _watchForRoomToWrite: NO];
+        handshaking = NO;
+        silenced = YES;
+        [_delegate secureConnectionFailed: self];
+        return;
+      case TolvoHandshakeDone:
+        break;
+    }
+  [self _watchForRoomToWrite: NO];
+  handshaking = NO;
+  if (introduceWhenSecured)
+    {
+      // RFC 3207 4.2: what the server said before TLS is forgotten; it
+      // is asked again inside TLS.
+      [_supportedMechanisms removeAllObjects];
+      [self sendCommand: SMTP_EHLO arguments: @"EHLO localhost.localdomain"];
+    }
+  else if ([(TLSConnection *)_connection holdsDecryptedBytes])
+    {
+      // The greeting came with the handshake's last bytes: the socket will
+      // not signal it again.
+      [self updateRead];
+    }
+}
+
+- (void) _watchForRoomToWrite: (BOOL) theFlag
+{
+  if (waitingToWrite == theFlag)
+    return;
+  waitingToWrite = theFlag;
+  NSRunLoop *aLoop = [NSRunLoop currentRunLoop];
+  for (NSString *aMode in _runLoopModes)
+    {
+      if (theFlag)
+        [aLoop addEvent: (void *)(intptr_t)[_connection fd] type: ET_WDESC watcher: self forMode: aMode];
+      else
+        [aLoop removeEvent: (void *)(intptr_t)[_connection fd] type: ET_WDESC forMode: aMode all: YES];
+    }
+}
+
+// A session that ends while the handshake is under way: the socket is no
+// longer watched for it, and the channel is let go, so the connection
+// closes with nothing more sent.
+- (void) _stopHandshake
+{
+  if (!handshaking)
+    return;
+  [self _watchForRoomToWrite: NO];
+  handshaking = NO;
+  silenced = YES;
+  [(TLSConnection *)_connection abandonHandshake];
 }
 
 @end

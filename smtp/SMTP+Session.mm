@@ -12,6 +12,7 @@
 #import "LocalizedStrings.h"
 #import "RunCompletion.h"
 #import "ServerCertificate.h"
+#import "SessionWatch.h"
 #import <Pantomime/CWDNSManager.h>
 #import <Pantomime/CWSMTP.h>
 #import <Pantomime/CWTCPConnection.h>
@@ -37,6 +38,20 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
 - (BOOL) _credentialsFitMechanism: (int) theMechanism;
 - (BOOL) _mechanismOffered: (NSString *) theMechanism;
 - (BOOL) _nextMemberStarted: (BOOL *) theInterruption;
+@end
+
+@implementation SMTP (Stop)
+
++ (void) runStopped
+{
+  SMTP *aSession = [SessionWatch watchedSession];
+  if (aSession == nil || aSession->sessionEnded || aSession->_smtp == nil
+      || ![(GuardedSMTP *)aSession->_smtp handshakePending])
+    return;
+  // Cut, not closed: inside a handshake not even QUIT can be said.
+  [aSession _endSession: NO];
+}
+
 @end
 
 @implementation SMTP (Session)
@@ -252,8 +267,9 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
         {
           [_controller statusMsg: TolvoLocalizedCString("Starting SSL.")];
           tlsRequested = YES;
-          if ([aConnection startSSL] < 0)
-            [self _dropSession: [self _secureConnectionFailure]];
+          // The handshake goes on as the socket's events come in; a
+          // failure arrives as -secureConnectionFailed:.
+          [(GuardedSMTP *)_smtp startHandshake];
         }
     }
   @catch (NSException *anException)
@@ -448,6 +464,13 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
 {
   if (sessionEnded)
     return;
+  if ([(GuardedSMTP *)_smtp handshakePending])
+    {
+      // A handshake the server never finishes: ended as a failed one is,
+      // with nothing sent.
+      [self _dropSession: [self _secureConnectionFailure]];
+      return;
+    }
   sessionEnded = YES;
   if ([self _messageEndSent] && !succeeded && !refused)
     [self _reportUnknownOutcome];

@@ -33,6 +33,11 @@ static SMTP *TolvoWatchedSession = nil;
     TolvoWatchedSession = nil;
 }
 
++ (SMTP *) watchedSession
+{
+  return TolvoWatchedSession;
+}
+
 @end
 
 @implementation SessionWatch (Private)

@@ -1,18 +1,8 @@
 #import "TLSConnection.h"
-#import "SMTP+Private.h"
 #import <Foundation/Foundation.h>
 #import <GNUstepBase/GSTLS.h>
 #include <gnutls/gnutls.h>
 #include <objc/runtime.h>
-#include <poll.h>
-#include <time.h>
-
-static double monotonicSeconds(void)
-{
-  struct timespec aTime;
-  clock_gettime(CLOCK_MONOTONIC, &aTime);
-  return aTime.tv_sec + aTime.tv_nsec / 1e9;
-}
 
 // The library keeps the host name and its TLS channel in instance
 // variables of its own class.
@@ -22,19 +12,23 @@ static id *ivarSlot(id theObject, const char *theName)
   return anIvar == NULL ? NULL : (id *)((char *)theObject + ivar_getOffset(anIvar));
 }
 
-// Which way the handshake waits: for the server's bytes (POLLIN), or for
-// room to send its own (POLLOUT).
-static short waitingFor(NSFileHandle *theHandle)
+// The GnuTLS session behind gnustep-base's TLS handle, or NULL.
+static gnutls_session_t tlsSession(NSFileHandle *theHandle)
 {
+  if (theHandle == nil)
+    return NULL;
   Ivar anIvar = class_getInstanceVariable([theHandle class], "session");
   if (anIvar == NULL)
-    return POLLIN;
+    return NULL;
   id aSession = *(id *)((char *)theHandle + ivar_getOffset(anIvar));
-  if (aSession == nil || ![aSession isKindOfClass: [GSTLSSession class]]
-      || ((GSTLSSession *)aSession)->session == NULL)
-    return POLLIN;
-  return gnutls_record_get_direction(((GSTLSSession *)aSession)->session) == 1 ? POLLOUT : POLLIN;
+  if (aSession == nil || ![aSession isKindOfClass: [GSTLSSession class]])
+    return NULL;
+  return ((GSTLSSession *)aSession)->session;
 }
+
+@interface TLSConnection (Private)
+- (void) _letChannelGo;
+@end
 
 @implementation TLSConnection
 
@@ -44,46 +38,81 @@ static short waitingFor(NSFileHandle *theHandle)
     object_setClass(theConnection, self);
 }
 
-- (int) startSSL
+- (BOOL) beginHandshake
 {
   id *aChannel = ivarSlot(self, "_ssl");
   id *aName = ivarSlot(self, "_name");
-  if (aChannel == NULL || aName == NULL)
-    return -1;
+  if (aChannel == NULL || aName == NULL || *aChannel != nil)
+    return NO;
   NSFileHandle *aHandle = [[[NSFileHandle sslClass] alloc] initWithFileDescriptor: [self fd]];
+  if (aHandle == nil)
+    return NO;
   NSString *aHost = *aName;
   if ([aHost length] > 0)
     [aHandle sslSetOptions: [NSDictionary dictionaryWithObjectsAndKeys:
                                             aHost, GSTLSServerName, aHost, GSTLSRemoteHosts, nil]];
   // The connection releases its channel once when it closes and once
-  // more when it goes; the channel must outlive both.
+  // more when it goes; the channel must outlive both, so it holds one
+  // retain more than this method's.
   *aChannel = RETAIN(aHandle);
-  // While this is set the connection reads and writes nothing in clear.
   ssl_handshaking = YES;
+  return YES;
+}
+
+- (TolvoHandshakeStep) continueHandshake
+{
+  id *aChannel = ivarSlot(self, "_ssl");
+  if (aChannel == NULL || *aChannel == nil || !ssl_handshaking)
+    return TolvoHandshakeFailed;
+  NSFileHandle *aHandle = (NSFileHandle *)*aChannel;
   BOOL established = NO;
-  // A server that stops answering in the middle of the handshake is given
-  // up as a silent session is.
-  double aLimit = monotonicSeconds() + TolvoSessionTimeout;
-  while (![aHandle sslHandshakeEstablished: &established outgoing: YES])
+  if (![aHandle sslHandshakeEstablished: &established outgoing: YES])
     {
-      double aWait = aLimit - monotonicSeconds();
-      if (aWait <= 0)
-        {
-          established = NO;
-          break;
-        }
-      struct pollfd aSocket = { [self fd], waitingFor(aHandle), 0 };
-      poll(&aSocket, 1, (int)(aWait * 1000) + 1);
+      gnutls_session_t aSession = tlsSession(aHandle);
+      if (aSession != NULL && gnutls_record_get_direction(aSession) == 1)
+        return TolvoHandshakeWantsWrite;
+      return TolvoHandshakeWantsRead;
     }
-  ssl_handshaking = NO;
   if (established)
-    return 0;
-  // A handle that goes takes the socket's run-loop watchers with it, and
-  // the library still reads this socket to end the session: it is let go
-  // as the library's own handshake lets it go, once.
-  RELEASE(aHandle);
+    {
+      ssl_handshaking = NO;
+      return TolvoHandshakeDone;
+    }
+  [self _letChannelGo];
+  return TolvoHandshakeFailed;
+}
+
+- (void) abandonHandshake
+{
+  if (ssl_handshaking)
+    [self _letChannelGo];
+}
+
+- (BOOL) holdsDecryptedBytes
+{
+  id *aChannel = ivarSlot(self, "_ssl");
+  if (aChannel == NULL || ssl_handshaking)
+    return NO;
+  gnutls_session_t aSession = tlsSession((NSFileHandle *)*aChannel);
+  return aSession != NULL && gnutls_record_check_pending(aSession) > 0;
+}
+
+@end
+
+@implementation TLSConnection (Private)
+
+// A handle that goes takes the socket's run-loop watchers with it, and
+// the library still reads this socket to end the session: the channel is
+// let go as the library's own failed handshake lets it go, once, and the
+// connection is left in clear, where nothing more is sent.
+- (void) _letChannelGo
+{
+  id *aChannel = ivarSlot(self, "_ssl");
+  ssl_handshaking = NO;
+  if (aChannel == NULL || *aChannel == nil)
+    return;
+  RELEASE(*aChannel);
   *aChannel = nil;
-  return -2;
 }
 
 @end

@@ -7,53 +7,23 @@
 #import "TestSupport.h"
 #import "TolvoController+MailingRun.h"
 
-#include <dirent.h>
-#include <unistd.h>
-#include <fstream>
-#include <set>
-#include <sstream>
+// Counts the firings of a timer on the main run loop.
+@interface TimerFirings : NSObject
+{
+@public
+  int count;
+}
+- (void) fired: (NSTimer *) theTimer;
+@end
+
+@implementation TimerFirings
+- (void) fired: (NSTimer *) theTimer
+{
+  count++;
+}
+@end
 
 namespace {
-
-// Established TCP connections of this process to a loopback port, read
-// from /proc: the sockets this process holds, matched against the kernel's
-// table of connections.
-int TolvoOpenConnectionsToPort(int thePort)
-{
-  std::set<std::string> mine;
-  if (DIR *aFolder = opendir("/proc/self/fd"))
-    {
-      while (struct dirent *anEntry = readdir(aFolder))
-        {
-          char aTarget[128];
-          std::string aLink = std::string("/proc/self/fd/") + anEntry->d_name;
-          ssize_t aLength = readlink(aLink.c_str(), aTarget, sizeof(aTarget) - 1);
-          if (aLength <= 0)
-            continue;
-          std::string aName(aTarget, (size_t)aLength);
-          if (aName.compare(0, 8, "socket:[") == 0)
-            mine.insert(aName.substr(8, aName.size() - 9));
-        }
-      closedir(aFolder);
-    }
-  int count = 0;
-  std::ifstream aTable("/proc/net/tcp");
-  std::string aLine;
-  std::getline(aTable, aLine);  // the heading
-  while (std::getline(aTable, aLine))
-    {
-      std::istringstream aRow(aLine);
-      std::string slot, local, remote, state, queues, timer, retransmits, uid, timeout, inode;
-      aRow >> slot >> local >> remote >> state >> queues >> timer >> retransmits >> uid >> timeout >> inode;
-      size_t aColon = remote.find(':');
-      if (aColon == std::string::npos)
-        continue;
-      int aPort = (int)strtol(remote.c_str() + aColon + 1, nullptr, 16);
-      if (aPort == thePort && state == "01" && mine.count(inode) > 0)
-        count++;
-    }
-  return count;
-}
 
 class SessionFaultTest : public MailingTest {
  protected:
@@ -125,6 +95,15 @@ class SessionFaultTest : public MailingTest {
                                  beforeDate: [NSDate dateWithTimeIntervalSinceNow: 0.02]];
         [aPool release];
       }
+  }
+
+  // The server has the client's first handshake bytes and answers none.
+  bool handshakeStalled()
+  {
+    for (NSDictionary *aLine in [server transcript])
+      if ([[aLine objectForKey: @"cmd"] isEqualToString: @"STALLED"])
+        return true;
+    return false;
   }
 
   // How many connections the server saw.
@@ -235,6 +214,70 @@ TEST_F(SessionFaultTest, AStalledHandshakeEndsWithTheSecureConnectionReason)
   EXPECT_EQ([afterReply rangeOfString: @"EHLO"].location, (NSUInteger)NSNotFound) << [afterReply UTF8String];
   EXPECT_EQ([afterReply rangeOfString: @"QUIT"].location, (NSUInteger)NSNotFound) << [afterReply UTF8String];
   EXPECT_TRUE([controller stopSending]);
+}
+
+// While the server keeps the handshake waiting, the run loop keeps turning
+// (the window redraws, Stop can be pressed): a timer on the main run loop
+// goes on firing between the server's having the client's hello and the
+// session's end.
+TEST_F(SessionFaultTest, TheRunLoopKeepsTurningWhileAHandshakeIsPending)
+{
+  useSecureLogin();
+  ASSERT_TRUE(startSecureServer([NSArray arrayWithObjects: @"--starttls", @"--starttls-stall", nil]));
+  fillRecipient(@"ann@example.com", @"Ann Lee");
+  TimerFirings *firings = AUTORELEASE([[TimerFirings alloc] init]);
+  NSTimer *aTimer = [NSTimer scheduledTimerWithTimeInterval: 0.05 target: firings
+                                                   selector: @selector(fired:) userInfo: nil repeats: YES];
+  pressSend();
+  int firingsWhenStalled = -1, firingsAtTheEnd = -1;
+  bool ended = TolvoRunLoopUntil(60, [&] {
+    bool failed = lineIndex("The secure connection to the localhost server failed.") >= 0;
+    if (!failed && firingsWhenStalled < 0 && handshakeStalled())
+      firingsWhenStalled = firings->count;
+    if (failed)
+      firingsAtTheEnd = firings->count;
+    return failed;
+  });
+  [aTimer invalidate];
+  ASSERT_TRUE(ended) << logText();
+  ASSERT_GE(firingsWhenStalled, 0) << "the run loop did not turn while the handshake was pending";
+  // The session's time limit in this program is 4 s: some 80 firings.
+  EXPECT_GE(firingsAtTheEnd - firingsWhenStalled, 10) << logText();
+}
+
+// Stop pressed while the server keeps the handshake waiting ends the
+// session then and there: the connection is cut with nothing more sent
+// (inside a handshake not even QUIT can be), and the run goes no further.
+TEST_F(SessionFaultTest, StopDuringAPendingHandshakeEndsTheSessionAtOnce)
+{
+  useSecureLogin();
+  ASSERT_TRUE(startSecureServer([NSArray arrayWithObjects: @"--starttls", @"--starttls-stall", nil]));
+  setTwoPeople();
+  pressSend();
+  ASSERT_TRUE(TolvoRunLoopUntil(20, [&] { return handshakeStalled(); })) << logText();
+  ASSERT_LT(lineIndex("The secure connection to the localhost server failed."), 0)
+    << "the handshake ended before Stop could be pressed\n" << logText();
+  ASSERT_EQ(statusLines().back(), "SSL handshaking...") << logText();
+
+  pressSend();  // the button reads "Stop"
+  // Before the run loop turns again: the session has ended and its
+  // connection is closed.
+  std::vector<std::string> lines = statusLines();
+  ASSERT_FALSE(lines.empty());
+  EXPECT_EQ(lines.back(), "Connection closed. Done.") << logText();
+  EXPECT_EQ(TolvoOpenConnectionsToPort([server port]), 0);
+  EXPECT_TRUE([controller stopSending]);
+  EXPECT_TRUE([[[controller getSendButton] title] isEqualToString: @"Send"]);
+
+  // Past the session's time limit, in every mode the session used: nothing
+  // of the ended session speaks again (nor reaches a freed object: this
+  // program aborts on a message to one).
+  runEveryModeFor(TolvoSessionTimeout + 1);
+  [server stop];
+  EXPECT_EQ(statusLines(), lines) << logText();
+  EXPECT_EQ(joined(commands()), "EHLO STARTTLS");
+  EXPECT_EQ(connectionCount(), 1) << "the run went on to the next person";
+  EXPECT_EQ([server messageCount], 0u);
 }
 
 // 554 to the final ".": the refusal is shown and the connection is closed

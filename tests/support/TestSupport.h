@@ -33,3 +33,8 @@ bool TolvoScreenshotIntensities(NSString *thePath, NSRect theRect, double *theLi
 // frame placed on the screen, origin top-left (under a bare Xvfb windows
 // have no decorations, so the content starts at the frame's corner).
 NSRect TolvoScreenRect(id theView, NSRect theRect);
+
+// Established TCP connections of this process to a loopback port, read
+// from /proc: the sockets this process holds, matched against the kernel's
+// table of connections.
+int TolvoOpenConnectionsToPort(int thePort);

@@ -1,6 +1,13 @@
 #import "TestSupport.h"
 #import <AppKit/AppKit.h>
 
+#include <dirent.h>
+#include <unistd.h>
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <string>
+
 bool TolvoRunLoopUntil(NSTimeInterval seconds, const std::function<bool()> &condition)
 {
   NSDate *limit = [NSDate dateWithTimeIntervalSinceNow: seconds];
@@ -100,4 +107,44 @@ NSRect TolvoScreenRect(id theView, NSRect theRect)
   aRect.origin.y += [aWindow frame].origin.y;
   aRect.origin.y = NSMaxY([[NSScreen mainScreen] frame]) - NSMaxY(aRect);
   return aRect;
+}
+
+// Established TCP connections of this process to a loopback port, read
+// from /proc: the sockets this process holds, matched against the kernel's
+// table of connections.
+int TolvoOpenConnectionsToPort(int thePort)
+{
+  std::set<std::string> mine;
+  if (DIR *aFolder = opendir("/proc/self/fd"))
+    {
+      while (struct dirent *anEntry = readdir(aFolder))
+        {
+          char aTarget[128];
+          std::string aLink = std::string("/proc/self/fd/") + anEntry->d_name;
+          ssize_t aLength = readlink(aLink.c_str(), aTarget, sizeof(aTarget) - 1);
+          if (aLength <= 0)
+            continue;
+          std::string aName(aTarget, (size_t)aLength);
+          if (aName.compare(0, 8, "socket:[") == 0)
+            mine.insert(aName.substr(8, aName.size() - 9));
+        }
+      closedir(aFolder);
+    }
+  int count = 0;
+  std::ifstream aTable("/proc/net/tcp");
+  std::string aLine;
+  std::getline(aTable, aLine);  // the heading
+  while (std::getline(aTable, aLine))
+    {
+      std::istringstream aRow(aLine);
+      std::string slot, local, remote, state, queues, timer, retransmits, uid, timeout, inode;
+      aRow >> slot >> local >> remote >> state >> queues >> timer >> retransmits >> uid >> timeout >> inode;
+      size_t aColon = remote.find(':');
+      if (aColon == std::string::npos)
+        continue;
+      int aPort = (int)strtol(remote.c_str() + aColon + 1, nullptr, 16);
+      if (aPort == thePort && state == "01" && mine.count(inode) > 0)
+        count++;
+    }
+  return count;
 }
