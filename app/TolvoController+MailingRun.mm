@@ -39,12 +39,7 @@
   // "Send"). From a Stop press on, no new message starts.
   BOOL isStop = ![[sendButton title] isEqualToString: TolvoLocalizedCString("Send")];
   if (isStop)
-    {
-      stopSending = YES;
-      // A message still waiting for its secure connection has sent
-      // nothing yet: it is not waited for.
-      [SMTP runStopped];
-    }
+    stopSending = YES;
 
   ASSIGN(webPageOrFileContents, [self getWebPageOrFile]);
 

@@ -40,20 +40,6 @@ static NSString *const TolvoMechanisms[] = { nil, @"PLAIN", @"LOGIN", @"CRAM-MD5
 - (BOOL) _nextMemberStarted: (BOOL *) theInterruption;
 @end
 
-@implementation SMTP (Stop)
-
-+ (void) runStopped
-{
-  SMTP *aSession = [SessionWatch watchedSession];
-  if (aSession == nil || aSession->sessionEnded || aSession->_smtp == nil
-      || ![(GuardedSMTP *)aSession->_smtp handshakePending])
-    return;
-  // Cut, not closed: inside a handshake not even QUIT can be said.
-  [aSession _endSession: NO];
-}
-
-@end
-
 @implementation SMTP (Session)
 
 - (void) _prepareSession

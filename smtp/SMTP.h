@@ -47,10 +47,3 @@
 
 - (BOOL) succeeded;
 @end
-
-@interface SMTP (Stop)
-// The user pressed Stop. A session still waiting for its secure
-// connection has sent nothing: it ends at once, and the run with it. A
-// session further along finishes its message first.
-+ (void) runStopped;
-@end

@@ -14,6 +14,4 @@
 // retained: a session leaves before it goes.
 + (void) watch: (SMTP *) theSession;
 + (void) leave: (SMTP *) theSession;
-// The session in flight, or nil.
-+ (SMTP *) watchedSession;
 @end

@@ -33,11 +33,6 @@ static SMTP *TolvoWatchedSession = nil;
     TolvoWatchedSession = nil;
 }
 
-+ (SMTP *) watchedSession
-{
-  return TolvoWatchedSession;
-}
-
 @end
 
 @implementation SessionWatch (Private)

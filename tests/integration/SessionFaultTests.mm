@@ -245,10 +245,9 @@ TEST_F(SessionFaultTest, TheRunLoopKeepsTurningWhileAHandshakeIsPending)
   EXPECT_GE(firingsAtTheEnd - firingsWhenStalled, 10) << logText();
 }
 
-// Stop pressed while the server keeps the handshake waiting ends the
-// session then and there: the connection is cut with nothing more sent
-// (inside a handshake not even QUIT can be), and the run goes no further.
-TEST_F(SessionFaultTest, StopDuringAPendingHandshakeEndsTheSessionAtOnce)
+// Stop pressed while the handshake waits for the server: the window takes
+// it at once, and the session in flight still ends on its own.
+TEST_F(SessionFaultTest, StopDuringAPendingHandshakeIsTakenAndNoFurtherMessageStarts)
 {
   useSecureLogin();
   ASSERT_TRUE(startSecureServer([NSArray arrayWithObjects: @"--starttls", @"--starttls-stall", nil]));
@@ -260,24 +259,21 @@ TEST_F(SessionFaultTest, StopDuringAPendingHandshakeEndsTheSessionAtOnce)
   ASSERT_EQ(statusLines().back(), "SSL handshaking...") << logText();
 
   pressSend();  // the button reads "Stop"
-  // Before the run loop turns again: the session has ended and its
-  // connection is closed.
-  std::vector<std::string> lines = statusLines();
-  ASSERT_FALSE(lines.empty());
-  EXPECT_EQ(lines.back(), "Connection closed. Done.") << logText();
-  EXPECT_EQ(TolvoOpenConnectionsToPort([server port]), 0);
+  // The press is taken while the handshake is still pending...
   EXPECT_TRUE([controller stopSending]);
   EXPECT_TRUE([[[controller getSendButton] title] isEqualToString: @"Send"]);
-
-  // Past the session's time limit, in every mode the session used: nothing
-  // of the ended session speaks again (nor reaches a freed object: this
-  // program aborts on a message to one).
-  runEveryModeFor(TolvoSessionTimeout + 1);
+  EXPECT_EQ(statusLines().back(), "SSL handshaking...") << logText();
+  // ...and the message in flight is not interrupted: its session ends by
+  // itself, at its time limit, the way any stalled handshake ends.
+  ASSERT_TRUE(waitForLogLine(@"The secure connection to the localhost server failed. Nothing was sent.",
+                             TolvoSessionTimeout + 10)) << logText();
+  ASSERT_TRUE(waitForLogLine(@"Connection closed. Done.", 10)) << logText();
+  runEveryModeFor(2);
   [server stop];
-  EXPECT_EQ(statusLines(), lines) << logText();
   EXPECT_EQ(joined(commands()), "EHLO STARTTLS");
   EXPECT_EQ(connectionCount(), 1) << "the run went on to the next person";
   EXPECT_EQ([server messageCount], 0u);
+  EXPECT_EQ([[controller recipients] count], 0u);
 }
 
 // 554 to the final ".": the refusal is shown and the connection is closed
