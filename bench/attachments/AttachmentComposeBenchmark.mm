@@ -30,6 +30,7 @@
 #import "CapturingSMTP.h"
 #import "SMTP+Private.h"
 #include "FileExtensionTable.h"
+#include "LoopbackPort.h"
 
 namespace {
 
@@ -115,21 +116,6 @@ NSString *RunTool(NSString *thePath, NSArray *theArguments)
   return AUTORELEASE([[NSString alloc] initWithData: anOutput encoding: NSUTF8StringEncoding]);
 }
 
-int FreePort()
-{
-  int aSocket = socket(AF_INET, SOCK_STREAM, 0);
-  struct sockaddr_in anAddress;
-  memset(&anAddress, 0, sizeof(anAddress));
-  anAddress.sin_family = AF_INET;
-  anAddress.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t aLength = sizeof(anAddress);
-  int aPort = 0;
-  if (bind(aSocket, (struct sockaddr *)&anAddress, sizeof(anAddress)) == 0
-      && getsockname(aSocket, (struct sockaddr *)&anAddress, &aLength) == 0)
-    aPort = ntohs(anAddress.sin_port);
-  close(aSocket);
-  return aPort;
-}
 
 bool Accepts(int thePort)
 {
@@ -158,7 +144,7 @@ bool WaitUntilAccepting(int thePort)
 // smtp-sink refuses to run as root without a user to become.
 bool StartSink()
 {
-  gSinkPort = FreePort();
+  gSinkPort = TolvoFreeLoopbackPort();
   NSMutableArray *anArguments = [NSMutableArray array];
   if (getuid() == 0)
     [anArguments addObjectsFromArray: [NSArray arrayWithObjects: @"-u", @"nobody", nil]];

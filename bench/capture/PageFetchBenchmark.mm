@@ -193,7 +193,7 @@ static int runPhase(NSString *thePhase, NSString *theAddress, NSString *theResul
                            [NSString stringWithFormat: @"bench-page-sink-%d", (int)getpid()]];
       [[NSFileManager defaultManager] createDirectoryAtPath: aDump withIntermediateDirectories: YES
                                                  attributes: nil error: NULL];
-      int aPort = BenchFreeLoopbackPort();
+      int aPort = TolvoFreeLoopbackPort();
       NSMutableArray *args = [NSMutableArray arrayWithObjects: @"-4", @"-c", nil];
       if (getuid() == 0)
         [args addObjectsFromArray: [NSArray arrayWithObjects: @"-u", @"nobody", nil]];

@@ -40,6 +40,5 @@
 // its standard output, or nil when it failed or overran.
 NSString *BenchRunToEnd(NSString *thePath, NSArray *theArguments, NSTimeInterval theSeconds);
 
-// A port on 127.0.0.1 that was free a moment ago, for a server that takes no
-// port 0 (smtp-sink).
-int BenchFreeLoopbackPort(void);
+// TolvoFreeLoopbackPort(): for a server that takes no port 0 (smtp-sink).
+#include "LoopbackPort.h"

@@ -221,19 +221,3 @@ NSString *BenchRunToEnd(NSString *thePath, NSArray *theArguments, NSTimeInterval
   return aText;
 }
 
-int BenchFreeLoopbackPort(void)
-{
-  int aSocket = socket(AF_INET, SOCK_STREAM, 0);
-  if (aSocket < 0)
-    return 0;
-  struct sockaddr_in anAddress = {};
-  anAddress.sin_family = AF_INET;
-  anAddress.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t aLength = sizeof(anAddress);
-  int aPort = 0;
-  if (bind(aSocket, (struct sockaddr *)&anAddress, sizeof(anAddress)) == 0
-      && getsockname(aSocket, (struct sockaddr *)&anAddress, &aLength) == 0)
-    aPort = ntohs(anAddress.sin_port);
-  close(aSocket);
-  return aPort;
-}

@@ -149,7 +149,7 @@ static id JSONLine(NSString *theText)
 // (on tmpfs, so that both runs pay the same small cost for it).
 static BenchProcess *startSink(NSString *theDump, NSString *theOutput, int *thePort)
 {
-  *thePort = BenchFreeLoopbackPort();
+  *thePort = TolvoFreeLoopbackPort();
   NSMutableArray *args = [NSMutableArray arrayWithObjects: @"-4", @"-c",
     @"-d", [theDump stringByAppendingPathComponent: @"m."], nil];
   // It must give up root once it listens.

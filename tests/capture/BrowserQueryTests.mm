@@ -7,6 +7,7 @@
 
 #import "ApplicationWindows.h"
 #import "FrontBrowserQuery.h"
+#include "LoopbackPort.h"
 #import "NSString+Scripting.h"
 #import "RecordedAlerts.h"
 #import "TestPageServer.h"
@@ -198,14 +199,6 @@ struct StandIn
   }
 };
 
-// A free port on loopback, as a browser's --remote-debugging-port.
-int FreePort()
-{
-  NSString *aPort = [@"/usr/bin/python3 -c 'import socket; s = socket.socket(); s.bind((\"127.0.0.1\", 0)); "
-                      @"print(s.getsockname()[1])'" runScript];
-  return [aPort intValue];
-}
-
 const char *const AlertMessage = "The front browser web page could not be retreived";
 const char *const AlertText = "Please make sure your browser is running and displaying a web page.";
 
@@ -261,7 +254,7 @@ class FromBrowserTest : public ::testing::Test {
 TEST_F(FromBrowserTest, TheDevToolsPortOfTheBrowsersCommandLineGivesAddressAndTitle)
 {
   StandIn chromium;
-  ASSERT_TRUE(chromium.start(@"chromium", @"Loopback Docs", FreePort()));
+  ASSERT_TRUE(chromium.start(@"chromium", @"Loopback Docs", TolvoFreeLoopbackPort()));
   chromium.showPage(@"http://127.0.0.1:8000/Docs/Index.html", @"Caf\u00e9 \\\"Docs\\\"");
   ASSERT_TRUE(press());
   EXPECT_STREQ([field() UTF8String], "http://127.0.0.1:8000/Docs/Index.html");
@@ -285,8 +278,8 @@ TEST_F(FromBrowserTest, PortZeroIsReadFromDevToolsActivePortInTheProfile)
 TEST_F(FromBrowserTest, TheBrowserInFrontIsAskedFirst)
 {
   StandIn back, front;
-  ASSERT_TRUE(back.start(@"chromium", @"Back", FreePort()));
-  ASSERT_TRUE(front.start(@"chromium", @"Front", FreePort()));
+  ASSERT_TRUE(back.start(@"chromium", @"Back", TolvoFreeLoopbackPort()));
+  ASSERT_TRUE(front.start(@"chromium", @"Front", TolvoFreeLoopbackPort()));
   back.showPage(@"http://127.0.0.1:8000/back.html", @"Back Page");
   front.showPage(@"http://127.0.0.1:8000/front.html", @"Front Page");
   front.raise();

@@ -1,5 +1,6 @@
 #import "TestEximServer.h"
 #import "TestSupport.h"
+#include "LoopbackPort.h"
 
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -25,21 +26,6 @@ static NSString *findFile(NSString *theRoot, NSString *theName)
     if ([[aPath lastPathComponent] isEqualToString: theName])
       return [theRoot stringByAppendingPathComponent: aPath];
   return nil;
-}
-
-static int freeLoopbackPort(void)
-{
-  int aSocket = socket(AF_INET, SOCK_STREAM, 0);
-  struct sockaddr_in anAddress = {};
-  anAddress.sin_family = AF_INET;
-  anAddress.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t aLength = sizeof(anAddress);
-  int aPort = 0;
-  if (bind(aSocket, (struct sockaddr *)&anAddress, sizeof(anAddress)) == 0
-      && getsockname(aSocket, (struct sockaddr *)&anAddress, &aLength) == 0)
-    aPort = ntohs(anAddress.sin_port);
-  close(aSocket);
-  return aPort;
 }
 
 static BOOL accepts(int thePort)
@@ -137,7 +123,7 @@ static BOOL accepts(int thePort)
 
 - (BOOL) _listen
 {
-  port = freeLoopbackPort();
+  port = TolvoFreeLoopbackPort();
   NSString *aTemplate = [NSString stringWithContentsOfFile:
                            TolvoSourcePath(@"tests/integration/exim/exim.conf.in")];
   NSString *anExim = [eximRoot() stringByAppendingPathComponent: @"usr/sbin/exim4"];
