@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "LogTestFiles.h"
+
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -11,31 +13,16 @@
 
 namespace {
 
-std::string temporaryFolder()
-{
-  char pattern[] = "/tmp/tolvo-log-test.XXXXXX";
-  const char *made = mkdtemp(pattern);
-  return made != nullptr ? std::string(made) : std::string("/tmp");
-}
-
-std::string contents(const std::string &path)
-{
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream bytes;
-  bytes << in.rdbuf();
-  return bytes.str();
-}
-
 class ActivityLogTest : public ::testing::Test {
  protected:
   void TearDown() override { tolvo::stopActivityLog(""); }
-  std::string folder = temporaryFolder();
+  std::string folder = LogTestFolder();
 };
 
 TEST_F(ActivityLogTest, StartWritesTheStartLineEndedByCarriageReturn)
 {
   tolvo::startActivityLog(folder, "[Logging starting at now]\r");
-  EXPECT_EQ(contents(folder + "/Tolvo.log"), "[Logging starting at now]\r");
+  EXPECT_EQ(LogTestFileBytes(folder + "/Tolvo.log"), "[Logging starting at now]\r");
 }
 
 TEST_F(ActivityLogTest, StatusLinesAreAppendedInOrder)
@@ -44,7 +31,7 @@ TEST_F(ActivityLogTest, StatusLinesAreAppendedInOrder)
   tolvo::writeActivityLogLine("Sending mail.");
   tolvo::writeActivityLogLine("Connection closed. Done.");
   tolvo::stopActivityLog("E\r");
-  EXPECT_EQ(contents(folder + "/Tolvo.log"), "S\rSending mail.\rConnection closed. Done.\rE\r");
+  EXPECT_EQ(LogTestFileBytes(folder + "/Tolvo.log"), "S\rSending mail.\rConnection closed. Done.\rE\r");
 }
 
 // Nothing is ever removed: a second run appends after the first.
@@ -54,7 +41,7 @@ TEST_F(ActivityLogTest, TwoRunsLeaveTwoStartAndTwoStopLines)
   tolvo::stopActivityLog("stop 1\r");
   tolvo::startActivityLog(folder, "start 2\r");
   tolvo::stopActivityLog("stop 2\r");
-  EXPECT_EQ(contents(folder + "/Tolvo.log"), "start 1\rstop 1\rstart 2\rstop 2\r");
+  EXPECT_EQ(LogTestFileBytes(folder + "/Tolvo.log"), "start 1\rstop 1\rstart 2\rstop 2\r");
 }
 
 TEST_F(ActivityLogTest, A254ByteTextKeepsItsCarriageReturn)
@@ -76,7 +63,7 @@ TEST_F(ActivityLogTest, ALongerTextIsCutAfterIts255thByte)
   tolvo::startActivityLog(folder, "");
   tolvo::writeActivityLogLine(text.c_str());
   tolvo::writeActivityLogLine("next");
-  EXPECT_EQ(contents(folder + "/Tolvo.log"), std::string(255, 'c') + "next\r");
+  EXPECT_EQ(LogTestFileBytes(folder + "/Tolvo.log"), std::string(255, 'c') + "next\r");
 }
 
 // The cut counts bytes, so it may fall inside a UTF-8 sequence.
@@ -84,7 +71,7 @@ TEST_F(ActivityLogTest, NonASCIIStatusIsWrittenAsItsUTF8Bytes)
 {
   tolvo::startActivityLog(folder, "");
   tolvo::writeActivityLogLine("Grüße \xE2\x9C\x93");
-  EXPECT_EQ(contents(folder + "/Tolvo.log"), "Gr\xC3\xBC\xC3\x9F" "e \xE2\x9C\x93\r");
+  EXPECT_EQ(LogTestFileBytes(folder + "/Tolvo.log"), "Gr\xC3\xBC\xC3\x9F" "e \xE2\x9C\x93\r");
 }
 
 TEST_F(ActivityLogTest, NothingIsWrittenBeforeTheLogStarts)

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "LogTestFiles.h"
+
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -14,24 +16,6 @@
 namespace {
 
 using Addresses = std::vector<std::string>;
-
-std::string temporaryFolder()
-{
-  const char *base = std::getenv("TMPDIR");
-  std::string pattern = std::string(base != nullptr ? base : "/tmp") + "/tolvo-journal.XXXXXX";
-  std::vector<char> buffer(pattern.begin(), pattern.end());
-  buffer.push_back('\0');
-  const char *made = mkdtemp(buffer.data());
-  return made != nullptr ? std::string(made) : std::string("/tmp");
-}
-
-std::string contents(const std::string &path)
-{
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream bytes;
-  bytes << in.rdbuf();
-  return bytes.str();
-}
 
 void write(const std::string &path, const std::string &text)
 {
@@ -125,20 +109,20 @@ TEST(JournalReadingTest, AnEmptyJournalSaysNothing)
 
 TEST(DeliveryJournalTest, RecordsGoToTheFileOneLineEachAfterABootLine)
 {
-  std::string path = tolvo::deliveryJournalPath(temporaryFolder());
+  std::string path = tolvo::deliveryJournalPath(LogTestFolder());
   tolvo::DeliveryJournal journal(path, "B1");
   journal.load();
   EXPECT_TRUE(journal.sending("ann@example.com"));
   EXPECT_TRUE(journal.dot("ann@example.com"));
   EXPECT_TRUE(journal.flush());
   EXPECT_TRUE(journal.accepted("ann@example.com"));
-  EXPECT_EQ(contents(path), "boot B1\nsending ann@example.com\ndot ann@example.com\n"
+  EXPECT_EQ(LogTestFileBytes(path), "boot B1\nsending ann@example.com\ndot ann@example.com\n"
                             "accepted ann@example.com\n");
 }
 
 TEST(DeliveryJournalTest, ALaterLaunchReadsWhatAnEarlierOneWrote)
 {
-  std::string path = tolvo::deliveryJournalPath(temporaryFolder());
+  std::string path = tolvo::deliveryJournalPath(LogTestFolder());
   {
     tolvo::DeliveryJournal first(path, "B1");
     first.load();
@@ -156,13 +140,13 @@ TEST(DeliveryJournalTest, ALaterLaunchReadsWhatAnEarlierOneWrote)
 
 TEST(DeliveryJournalTest, TheFirstRecordAfterACrashCutsOffTheIncompleteLine)
 {
-  std::string path = tolvo::deliveryJournalPath(temporaryFolder());
+  std::string path = tolvo::deliveryJournalPath(LogTestFolder());
   write(path, "boot B1\nsending a@x\ndot a@");
   tolvo::DeliveryJournal journal(path, "B1");
   journal.load();
   EXPECT_EQ(journal.problems().size(), 1u);
   journal.unsent("a@x");
-  EXPECT_EQ(contents(path), "boot B1\nsending a@x\nboot B1\nunsent a@x\n");
+  EXPECT_EQ(LogTestFileBytes(path), "boot B1\nsending a@x\nboot B1\nunsent a@x\n");
   tolvo::DeliveryJournal again(path, "B1");
   again.load();
   EXPECT_TRUE(again.problems().empty());
@@ -170,22 +154,22 @@ TEST(DeliveryJournalTest, TheFirstRecordAfterACrashCutsOffTheIncompleteLine)
 
 TEST(DeliveryJournalTest, ClearEmptiesTheFileAndTheState)
 {
-  std::string path = tolvo::deliveryJournalPath(temporaryFolder());
+  std::string path = tolvo::deliveryJournalPath(LogTestFolder());
   tolvo::DeliveryJournal journal(path, "B1");
   journal.load();
   journal.sending("a@x");
   journal.dot("a@x");
   journal.accepted("a@x");
   EXPECT_TRUE(journal.clear());
-  EXPECT_EQ(contents(path), "");
+  EXPECT_EQ(LogTestFileBytes(path), "");
   EXPECT_TRUE(journal.state().accepted().empty());
   journal.sending("b@x");
-  EXPECT_EQ(contents(path), "boot B1\nsending b@x\n");
+  EXPECT_EQ(LogTestFileBytes(path), "boot B1\nsending b@x\n");
 }
 
 TEST(DeliveryJournalTest, ALineBreakInAnAddressCannotForgeARecord)
 {
-  std::string path = tolvo::deliveryJournalPath(temporaryFolder());
+  std::string path = tolvo::deliveryJournalPath(LogTestFolder());
   tolvo::DeliveryJournal journal(path, "B1");
   journal.load();
   journal.sending("a@x\naccepted evil@x");
